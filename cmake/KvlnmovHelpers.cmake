@@ -1,0 +1,20 @@
+# Shared build settings: warnings as errors, sanitizers, and a helper to add a test.
+
+add_library(kvlnmov_warnings INTERFACE)
+target_compile_options(kvlnmov_warnings INTERFACE -Wall -Wextra -Werror)
+
+option(KVLNMOV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+if(KVLNMOV_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+# kvlnmov_add_test(name SOURCES a.cpp b.cpp LIBS lib1 lib2)
+function(kvlnmov_add_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gtest_main kvlnmov_warnings)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+        PROPERTIES ENVIRONMENT "KVLNMOV_SHARED_DATA=${KVLNMOV_SHARED_DATA}")
+endfunction()
