@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+
+#include "kvlnmov/db/connection.h"
+#include "kvlnmov/frame/context.h"
+#include "kvlnmov/frame/object.h"
+
+namespace kvlnmov {
+
+/// Base of the public business classes: binding to the library-wide connection and to a
+/// company/exercise context.
+class BusinessObject : public Object {
+  public:
+    /// `Conexion` (set only): the connection becomes the library's only if none is held yet.
+    virtual void Conexion(db::ConnectionRef connection);
+    /// `cEmpresa` (set only): replaces this object's context.
+    void cEmpresa(cEmpresaRef context) { context_ = std::move(context); }
+
+  protected:
+    /// The object's context; raises error 91 when none was set.
+    kvlnmov::cEmpresa& empresa() const;
+    const cEmpresaRef& empresaRef() const { return context_; }
+    /// The library-wide connection; raises error 91 when none is held.
+    db::Connection& connection() const;
+    db::ConnectionRef connectionRef() const;
+
+  private:
+    cEmpresaRef context_;
+};
+
+}  // namespace kvlnmov

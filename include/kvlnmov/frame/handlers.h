@@ -1,0 +1,104 @@
+#pragma once
+
+// The error handlers every operation runs under.
+//
+// The plain handler raises any error again with the operation's source. The retrying handler
+// (journal lines and entry headers) re-executes the statement that failed, after letting the
+// application process its pending messages, until the operation's retry counter (one per
+// operation call, shared by all its statements) has been used six times; the seventh failure
+// of a statement reaches the caller with the operation's source. The library's own checks
+// (error 1000) are not retried by the ordinary retrying handler and reach the caller with the
+// source they were raised with; the entry-header class retries them like anything else.
+
+#include <exception>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "kvlnmov/frame/error.h"
+#include "kvlnmov/frame/library.h"
+
+namespace kvlnmov {
+
+/// Any exception as the library's error type (errors pass unchanged; anything else becomes
+/// error 51 "Internal error" or 7 "Out of memory").
+Error asError(std::exception_ptr failure);
+
+/// Runs `body` under the plain handler: an error leaving it is raised again with the same
+/// number and description and the source `source`.
+template <class Body>
+auto plainHandler(const std::string& source, Body&& body) -> std::invoke_result_t<Body> {
+    try {
+        return std::forward<Body>(body)();
+    } catch (...) {
+        throw asError(std::current_exception()).withSource(source);
+    }
+}
+
+/// Which errors the retrying handler re-executes.
+enum class RetryKind {
+    /// Every error except the library's own checks (number 1000), which pass unchanged.
+    DatabaseErrors,
+    /// Every error, checks included (the entry-header class).
+    Everything,
+};
+
+/// The retry counter and policy of one operation call.
+class RetryHandler {
+  public:
+    static constexpr int kMaxRetries = 6;
+
+    RetryHandler(std::string source, RetryKind kind) : source_(std::move(source)), kind_(kind) {}
+
+    /// Runs one statement of the operation. When it fails and the handler allows another
+    /// attempt, counts it, yields to the application and runs the statement again; otherwise
+    /// raises the error with the operation's source.
+    template <class Statement>
+    auto statement(Statement&& run) -> std::invoke_result_t<Statement> {
+        for (;;) {
+            try {
+                return run();
+            } catch (...) {
+                retryOrRaise(asError(std::current_exception()));
+            }
+        }
+    }
+
+    /// Raises error `number` of the operation's own checks through the handler (so that the
+    /// entry-header class repeats it like any other failing statement).
+    [[noreturn]] void raise(std::int32_t number, const std::string& checkSource,
+                            const std::string& description);
+
+    const std::string& source() const { return source_; }
+    int retries() const { return retries_; }
+
+    /// The error as the operation raises it to its caller: checks unchanged under
+    /// `DatabaseErrors`, anything else with the operation's source.
+    Error forCaller(const Error& failure) const;
+
+  private:
+    /// Returns after counting a retry and yielding; raises `failure` for the caller when no
+    /// retry is left or allowed.
+    void retryOrRaise(const Error& failure);
+
+    std::string source_;
+    RetryKind kind_;
+    int retries_ = 0;
+};
+
+/// Runs `body(handler)` under a retrying handler. Statements inside go through
+/// `handler.statement(...)`; an error raised outside a statement (for example by another
+/// operation the body calls, which has already had its own retries, so that running it again
+/// could apply its first statements twice) is raised again at once, as `forCaller` says.
+template <class Body>
+auto retryingHandler(const std::string& source, RetryKind kind, Body&& body)
+    -> std::invoke_result_t<Body, RetryHandler&> {
+    RetryHandler handler(source, kind);
+    try {
+        return std::forward<Body>(body)(handler);
+    } catch (...) {
+        throw handler.forCaller(asError(std::current_exception()));
+    }
+}
+
+}  // namespace kvlnmov

@@ -1,0 +1,50 @@
+#include "kvlnmov/frame/context.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace kvlnmov {
+
+namespace {
+bool sameName(std::string_view a, std::string_view b) {
+    return std::ranges::equal(a, b, [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) ==
+               std::tolower(static_cast<unsigned char>(y));
+    });
+}
+}  // namespace
+
+std::int16_t SettableContext::Niveles() { return static_cast<std::int16_t>(levelLengths.size()); }
+
+std::int16_t SettableContext::LongitudNivel(std::int16_t level) {
+    if (level < 0 || static_cast<std::size_t>(level) >= levelLengths.size()) return 0;
+    return levelLengths[static_cast<std::size_t>(level)];
+}
+
+std::int16_t SettableContext::LongitudCuenta() {
+    return levelLengths.empty() ? 0 : levelLengths.back();
+}
+
+std::int16_t SettableContext::EjercicioFecha(Date date) {
+    Date day = date.dateOnly();
+    for (const auto& range : exercises) {
+        if (range.first <= day && day <= range.last) return range.code;
+    }
+    if (firstDay <= day && day <= lastDay) return exercise;
+    return static_cast<std::int16_t>(day.year());
+}
+
+std::int16_t SettableContext::PeriodoMes(std::int16_t month) {
+    if (periodOfMonth.empty()) return month;
+    if (month < 1 || static_cast<std::size_t>(month) > periodOfMonth.size()) return month;
+    return periodOfMonth[static_cast<std::size_t>(month - 1)];
+}
+
+Variant SettableContext::Valor(std::string_view name) {
+    for (const auto& [key, value] : values) {
+        if (sameName(key, name)) return value;
+    }
+    return {};
+}
+
+}  // namespace kvlnmov

@@ -1,0 +1,57 @@
+#include "kvlnmov/frame/sql_text.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "kvlnmov/frame/library.h"
+
+namespace kvlnmov::sql {
+
+std::string cut(std::string_view value, std::size_t length) {
+    return std::string(value.substr(0, std::min(length, value.size())));
+}
+
+std::string amount(Currency value) {
+    std::string out = value.toText();
+    std::replace(out.begin(), out.end(), ',', '.');
+    return out;
+}
+
+std::string number(Currency value) { return funciones().NumeroSQL(value.toDouble()); }
+
+std::string date(Date value) { return value.toText(); }
+
+std::int32_t currentUser(cEmpresa& context) {
+    Variant user = context.Valor("UsuarioActual");
+    if (user.isNull() || user.isEmpty()) return 0;
+    if (user.isNumeric()) return user.toLong();
+    std::string text = user.toText();
+    std::size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+    std::int64_t number = 0;
+    for (; i < text.size() && std::isdigit(static_cast<unsigned char>(text[i])); ++i) {
+        number = number * 10 + (text[i] - '0');
+        if (number > INT32_MAX) throw overflow();
+    }
+    return static_cast<std::int32_t>(number);
+}
+
+std::string whereCompany(std::int16_t company) {
+    return " WHERE Cod_Empresa =" + std::to_string(company);
+}
+
+std::string andExercise(std::int16_t exercise) {
+    return " AND Cod_Ejercicio =" + std::to_string(exercise);
+}
+
+std::string whereCompanyExercise(cEmpresa& context) {
+    return whereCompany(context.Cod_Empresa()) + andExercise(context.Cod_Ejercicio());
+}
+
+std::string andAccount(std::string_view account) {
+    return " AND Cuenta ='" + std::string(account) + "'";
+}
+
+Date normalizeDate(Date value) { return value.dateOnly(); }
+
+}  // namespace kvlnmov::sql
