@@ -1,0 +1,72 @@
+#include "kvlnmov/masters/cls_mov_aut.h"
+
+#include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/frame/obsolete.h"
+#include "kvlnmov/frame/sql_text.h"
+
+namespace kvlnmov {
+
+std::int32_t clsMovAut::Documento() const { return warnObsolete(kDocumentoNotice); }
+
+void clsMovAut::Documento(std::int32_t value) { documento_ = documentText(value); }
+
+bool clsMovAut::Insertar() {
+    return plainHandler("clsMovAut::Insertar", [&] {
+        connection().Execute(
+            "INSERT INTO Apuntes_Aut (Cod_Empresa, Cod_Asiento,"
+            " Cuenta, Concepto, Documento, Diario, Dpto,"
+            " Importe, Tipo) VALUES (" +
+            sql::integer(empresa().Cod_Empresa()) + ", '" + sql::text(asiento_) + "', '" +
+            sql::text(cuenta_) + "', '" + sql::text(concepto_) + "', '" + sql::text(documento_) +
+            "'" + ", " + sql::integer(diario_) + ", " + sql::integer(dpto_) + ", " +
+            sql::amount(importe_) + ", " + sql::flag(tipo_) + ")");
+        // `Apunte` keeps what it held when no row comes back.
+        db::Recordset identity;
+        identity.Open("SELECT ISNULL(@@IDENTITY, 0) AS Id", connectionRef());
+        if (!identity.Eof()) apunte_ = identity.Fields("id").toLong();
+        identity.Close();
+        if (apunte_ == 0) {
+            throw Error(errc::kCheck, "clsMovAut::Insertar",
+                        "Error. No se ha insertado el apunte automático.");
+        }
+        return true;
+    });
+}
+
+bool clsMovAut::Modificar() {
+    return plainHandler("clsMovAut::Modificar", [&] {
+        std::int32_t changed = connection().Execute(
+            "UPDATE Apuntes_Aut SET Cuenta ='" + sql::text(cuenta_) + "', Concepto ='" +
+            sql::text(concepto_) + "', Documento ='" + sql::text(documento_) + "'" +
+            ", Diario =" + sql::integer(diario_) + ", Dpto =" + sql::integer(dpto_) +
+            ", Importe =" + sql::amount(importe_) + ", Tipo =" + sql::flag(tipo_) +
+            " WHERE Apunte =" + sql::integer(apunte_));
+        if (changed == 0) {
+            throw Error(errc::kCheck, "clsMovAut::Modificar",
+                        "Error. No se ha modificado el apunte.");
+        }
+        return true;
+    });
+}
+
+bool clsMovAut::Eliminar() {
+    return plainHandler("clsMovAut::Eliminar", [&] {
+        connection().Execute("DELETE FROM Apuntes_Aut WHERE Apunte =" + sql::integer(apunte_));
+        return true;
+    });
+}
+
+bool clsMovAut::Cargar(std::shared_ptr<db::Recordset> recAp) {
+    return plainHandler("clsMovAut::Cargar", [&] {
+        if (!recAp) throw objectRequired();
+        recAp->Open(
+            "SELECT Cod_Empresa, Cod_Asiento, Cuenta, Concepto, Documento,"
+            " Diario, Dpto, Tipo, Importe, Apunte FROM Apuntes_Aut WHERE Cod_Empresa =" +
+                sql::integer(empresa().Cod_Empresa()) + " AND Cod_Asiento ='" +
+                sql::text(asiento_) + "'" + " ORDER BY Apunte",
+            connectionRef());
+        return true;
+    });
+}
+
+}  // namespace kvlnmov
