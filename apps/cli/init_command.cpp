@@ -1,0 +1,160 @@
+// `kvlnmov init`: a new company database with its schema, one company and one open exercise.
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <system_error>
+
+#include "commands.h"
+#include "kvlnmov/db/open.h"
+#include "kvlnmov/frame/date.h"
+
+namespace kvlnmov::cli {
+
+namespace {
+
+struct InitOptions {
+    std::string database;
+    int company = 1;
+    int exercise = 2026;
+    std::string from;
+    std::string to;
+    std::string levels = "1,2,3,4,8";
+    int numbering = 0;
+    int tax = 0;
+    std::string name = "Empresa demo";
+};
+
+Date parseDate(const std::string& text, const char* option) {
+    const auto date = Date::parseIso(text);
+    if (!date || date->hasTime())
+        throw UsageError{std::string(option) + " must be a date as YYYY-MM-DD: '" + text + "'"};
+    return *date;
+}
+
+// "1,2,3,4,8": one or more lengths, each longer than the one before.
+void checkLevels(const std::string& levels) {
+    std::istringstream input(levels);
+    std::string part;
+    int previous = 0;
+    int count = 0;
+    while (std::getline(input, part, ',')) {
+        int length = 0;
+        std::size_t used = 0;
+        try {
+            length = std::stoi(part, &used);
+        } catch (const std::exception&) {
+            used = 0;
+        }
+        if (used == 0 || used != part.size() || length <= previous || length > 20) {
+            throw UsageError{
+                "--levels must list increasing account lengths up to 20, "
+                "separated by commas (as 1,2,3,4,8): '" +
+                levels + "'"};
+        }
+        previous = length;
+        ++count;
+    }
+    if (count == 0 || levels.back() == ',')
+        throw UsageError{"--levels must list at least one account length: '" + levels + "'"};
+}
+
+// A text literal for T-SQL: quotes doubled.
+std::string quoted(const std::string& text) {
+    std::string result = "'";
+    for (char c : text) {
+        result += c;
+        if (c == '\'') result += '\'';
+    }
+    return result + "'";
+}
+
+int runInit(const InitOptions& options) {
+    const Date from =
+        parseDate(options.from.empty() ? std::to_string(options.exercise) + "-01-01" : options.from,
+                  "--from");
+    const Date to = parseDate(
+        options.to.empty() ? std::to_string(options.exercise) + "-12-31" : options.to, "--to");
+    if (to < from) throw UsageError{"--to must not be before --from"};
+    checkLevels(options.levels);
+
+    const std::filesystem::path path(options.database);
+    std::error_code error;
+    const bool existed = std::filesystem::exists(path, error);
+    if (existed && (!std::filesystem::is_regular_file(path, error) ||
+                    std::filesystem::file_size(path, error) > 0)) {
+        std::cerr << "kvlnmov init: '" << options.database
+                  << "' already exists and is not empty; give the name of a new file.\n";
+        return kExitFailure;
+    }
+
+    try {
+        const auto connection =
+            db::openConnection("Provider=SQLite;Data Source=" + options.database);
+        connection->createCompanySchema();
+        connection->Execute("INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (" +
+                            std::to_string(options.company) + ", " + quoted(options.name) + ", 0)");
+        connection->Execute(
+            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
+            "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
+            std::to_string(options.company) + ", " + std::to_string(options.exercise) + ", 0, '" +
+            from.toIso() + "', '" + to.toIso() + "', " + quoted(options.levels) + ", " +
+            std::to_string(options.numbering) + ", " + std::to_string(options.tax) + ")");
+    } catch (...) {
+        // Leave nothing half made behind: the next attempt would find a non-empty file.
+        if (!existed) {
+            for (const char* suffix : {"", "-wal", "-shm"})
+                std::filesystem::remove(options.database + suffix, error);
+        }
+        throw;
+    }
+
+    std::cout << "Created " << options.database << ": company " << options.company << " '"
+              << options.name << "', exercise " << options.exercise << " from " << from.toIso()
+              << " to " << to.toIso() << " (open), account levels " << options.levels
+              << ", numbering scheme " << options.numbering << ", tax kind " << options.tax
+              << ".\n";
+    return kExitOk;
+}
+
+}  // namespace
+
+Command addInitCommand(CLI::App& app) {
+    auto options = std::make_shared<InitOptions>();
+    CLI::App* command = app.add_subcommand(
+        "init",
+        "Create a company database: the schema, one company and one open exercise.\n"
+        "Refuses a file that exists and is not empty.");
+    command->add_option("DB", options->database, "Database file to create")->required();
+    command->add_option("--company", options->company, "Company code")
+        ->check(CLI::Range(1, 32767))
+        ->capture_default_str();
+    command->add_option("--exercise", options->exercise, "Exercise code (usually its year)")
+        ->check(CLI::Range(1, 32767))
+        ->capture_default_str();
+    command->add_option("--from", options->from,
+                        "First day of the exercise, YYYY-MM-DD (default: 1 January of "
+                        "--exercise)");
+    command->add_option("--to", options->to,
+                        "Last day of the exercise, YYYY-MM-DD (default: 31 December of "
+                        "--exercise)");
+    command
+        ->add_option("--levels", options->levels,
+                     "Lengths of the chart of accounts' levels, the last one the length of "
+                     "a posting account")
+        ->capture_default_str();
+    command
+        ->add_option("--numbering", options->numbering,
+                     "Entry numbering: 0 per exercise, 1 month/day + 3 digits, "
+                     "2 month/day + 4 digits")
+        ->check(CLI::Range(0, 2))
+        ->capture_default_str();
+    command->add_option("--tax", options->tax, "Indirect tax kind (1: IGIC)")
+        ->check(CLI::Range(0, 32767))
+        ->capture_default_str();
+    command->add_option("--name", options->name, "Company name")->capture_default_str();
+    return Command{command, [options] { return runInit(*options); }};
+}
+
+}  // namespace kvlnmov::cli

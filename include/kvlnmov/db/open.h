@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "kvlnmov/db/connection.h"
+
+namespace kvlnmov::db {
+
+/// Opens a connection by ADO-style connection string:
+/// - "Provider=SQLite;Data Source=<file or :memory:>[;Busy Timeout=<ms>]" opens the embedded
+///   provider, which runs SQL Server statements on SQLite. A missing file is created (empty:
+///   see Connection::createCompanySchema); a file runs in WAL journal mode, so readers never
+///   wait for a writer. A statement that waits longer than the busy timeout (default 5000 ms)
+///   for another connection's lock fails with -2147217871 "Query timeout expired". Date texts
+///   in statements are read in the day/month order of the library-wide regional settings.
+///   Errors carry the source "kvlnmov SQLite provider".
+/// Raises error -2147467259 with a clear description for an unknown provider or a malformed
+/// connection string (source "ADODB.Connection") and for a database that cannot be opened
+/// (source: the provider's name).
+ConnectionRef openConnection(std::string_view connectionString);
+
+/// The value of `key` in a "key=value;key=value" connection string (keys compared without
+/// regard to case; surrounding blanks removed), or an empty text.
+std::string connectionStringValue(std::string_view connectionString, std::string_view key);
+
+}  // namespace kvlnmov::db

@@ -1,0 +1,188 @@
+#include "db/sqlite/sqlite_connection.h"
+
+#include <limits>
+
+#include "db/sqlite/sqlite_error.h"
+#include "db/sqlite/sqlite_provider.h"
+#include "kvlnmov/frame/regional.h"
+#include "kvlnmov/schema/schema.h"
+
+namespace kvlnmov::db::sqlite {
+
+namespace {
+
+/// Prepared statements kept per connection.
+constexpr std::size_t kStatementCacheSize = 256;
+
+std::string_view operationName(StatementKind kind) {
+    switch (kind) {
+        case StatementKind::Update:
+            return "UPDATE";
+        case StatementKind::Delete:
+            return "DELETE";
+        case StatementKind::Select:
+            return "SELECT";
+        case StatementKind::Insert:
+            break;
+    }
+    return "INSERT";
+}
+
+/// The cursor of a statement that returns no rows (a change opened as a query).
+class EmptyCursor : public Cursor {
+  public:
+    const std::vector<ColumnInfo>& columns() const override { return columns_; }
+    bool next(std::vector<Variant>&) override { return false; }
+
+  private:
+    std::vector<ColumnInfo> columns_;
+};
+
+}  // namespace
+
+void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters) {
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        const int position = static_cast<int>(i) + 1;
+        const SqlValue& value = parameters[i];
+        int resultCode = SQLITE_OK;
+        if (const auto* integer = std::get_if<std::int64_t>(&value)) {
+            resultCode = sqlite3_bind_int64(statement, position, *integer);
+        } else if (const auto* real = std::get_if<double>(&value)) {
+            resultCode = sqlite3_bind_double(statement, position, *real);
+        } else if (const auto* text = std::get_if<std::string>(&value)) {
+            resultCode = sqlite3_bind_text(statement, position, text->data(),
+                                           static_cast<int>(text->size()), SQLITE_TRANSIENT);
+        } else {
+            resultCode = sqlite3_bind_null(statement, position);
+        }
+        check(db, resultCode);
+    }
+}
+
+SqliteConnection::SqliteConnection(std::string connectionString, sqlite3* db)
+    : Connection(std::move(connectionString)),
+      db_(db),
+      catalog_(db),
+      translator_(catalog_, kProviderName),
+      statements_(db, kStatementCacheSize) {}
+
+SqliteConnection::~SqliteConnection() = default;
+
+std::string SqliteConnection::providerName() const { return kProviderName; }
+
+Translation SqliteConnection::translate(std::string_view text) {
+    if (catalog_.refresh()) {
+        // Another schema: translations made against the old one may name what is gone.
+        translator_.clearCache();
+    }
+    // Date texts are read in the day/month order the library writes them.
+    session_.dayBeforeMonth = regional().dayBeforeMonth();
+    return translator_.translate(text, session_);
+}
+
+std::int32_t SqliteConnection::run(const Translation& translation) {
+    sqlite3* db = db_.get();
+    StatementCache::Lease lease = statements_.acquire(translation.sql);
+    bindParameters(db, lease.get(), translation.parameters);
+    int resultCode;
+    while ((resultCode = sqlite3_step(lease.get())) == SQLITE_ROW) {
+    }
+    if (resultCode != SQLITE_DONE)
+        throw sqliteError(db, resultCode, operationName(translation.kind));
+    if (translation.kind == StatementKind::Select) return -1;
+    const std::int64_t changed = sqlite3_changes64(db);
+    if (translation.kind == StatementKind::Insert) {
+        if (translation.targetHasIdentity && changed > 0) {
+            session_.identity = sqlite3_last_insert_rowid(db);
+        } else {
+            session_.identity.reset();
+        }
+    }
+    return static_cast<std::int32_t>(
+        std::min<std::int64_t>(changed, std::numeric_limits<std::int32_t>::max()));
+}
+
+std::int32_t SqliteConnection::executeStatement(std::string_view text) {
+    return run(translate(text));
+}
+
+std::unique_ptr<Cursor> SqliteConnection::openCursor(std::string_view text) {
+    const Translation translation = translate(text);
+    if (translation.kind != StatementKind::Select) {
+        run(translation);
+        return std::make_unique<EmptyCursor>();
+    }
+    StatementCache::Lease lease = statements_.acquire(translation.sql);
+    bindParameters(db_.get(), lease.get(), translation.parameters);
+    return makeCursor(db_.get(), std::move(lease), translation.columns);
+}
+
+void SqliteConnection::callProcedure(const std::string& name, ParameterList& parameters) {
+    callStoredProcedure(*this, name, parameters);
+}
+
+std::optional<std::int64_t> SqliteConnection::queryInteger(
+    const std::string& sql, const std::vector<SqlValue>& parameters) {
+    sqlite3* db = db_.get();
+    StatementCache::Lease lease = statements_.acquire(sql);
+    bindParameters(db, lease.get(), parameters);
+    std::optional<std::int64_t> result;
+    int resultCode = sqlite3_step(lease.get());
+    if (resultCode == SQLITE_ROW && sqlite3_column_type(lease.get(), 0) != SQLITE_NULL)
+        result = sqlite3_column_int64(lease.get(), 0);
+    // To the end: a change made with RETURNING is complete (and committed) only there.
+    while (resultCode == SQLITE_ROW) resultCode = sqlite3_step(lease.get());
+    check(db, resultCode);
+    return result;
+}
+
+void SqliteConnection::runNative(const char* sql) {
+    check(db_.get(), sqlite3_exec(db_.get(), sql, nullptr, nullptr, nullptr));
+}
+
+void SqliteConnection::beginTransaction() { runNative("BEGIN IMMEDIATE"); }
+
+void SqliteConnection::commitTransaction() { runNative("COMMIT"); }
+
+void SqliteConnection::rollbackTransaction() { runNative("ROLLBACK"); }
+
+void SqliteConnection::createCompanySchema() {
+    const bool ownTransaction = sqlite3_get_autocommit(db_.get()) != 0;
+    if (ownTransaction) runNative("BEGIN IMMEDIATE");
+    try {
+        for (const std::string& statement : schema::sqliteScript()) runNative(statement.c_str());
+        if (ownTransaction) runNative("COMMIT");
+    } catch (...) {
+        if (ownTransaction) sqlite3_exec(db_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+    statements_.clear();
+    translator_.clearCache();
+    catalog_.reload();
+}
+
+ConnectionRef openSqliteConnection(std::string connectionString, const std::string& path,
+                                   int busyTimeoutMs) {
+    sqlite3* db = nullptr;
+    int resultCode =
+        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    auto fail = [&](int code) -> Error {
+        const std::string message = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+        sqlite3_close_v2(db);
+        return Error(errc::kProviderGeneric, kProviderName,
+                     "Cannot open database '" + path + "': " + message, code);
+    };
+    if (resultCode != SQLITE_OK) throw fail(resultCode);
+    sqlite3_extended_result_codes(db, 1);
+    sqlite3_busy_timeout(db, busyTimeoutMs);
+    if (path != ":memory:") {
+        // WAL: readers never wait for the writer. NORMAL synchronisation is safe with WAL
+        // (a power cut may lose the last commits, never corrupt the file).
+        resultCode = sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr,
+                                  nullptr, nullptr);
+        if (resultCode != SQLITE_OK) throw fail(resultCode);
+    }
+    return std::make_shared<SqliteConnection>(std::move(connectionString), db);
+}
+
+}  // namespace kvlnmov::db::sqlite

@@ -1,0 +1,82 @@
+#pragma once
+
+// The embedded provider's connection: T-SQL text translated to SQLite and run on one SQLite
+// database handle.
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "db/sqlite/live_catalog.h"
+#include "db/sqlite/statement_cache.h"
+#include "db/sqlite/translate/translator.h"
+#include "kvlnmov/db/connection.h"
+
+namespace kvlnmov::db::sqlite {
+
+class SqliteConnection final : public Connection {
+  public:
+    /// Takes ownership of the open handle `db`.
+    SqliteConnection(std::string connectionString, sqlite3* db);
+    ~SqliteConnection() override;
+
+    std::string providerName() const override;
+    void createCompanySchema() override;
+
+    /// Runs native SQLite `sql` (no translation) with `parameters` bound to ?1, ?2, ... to its
+    /// end, and returns the first column of its first row as an integer, or nothing when it
+    /// returned no row or Null.
+    std::optional<std::int64_t> queryInteger(const std::string& sql,
+                                             const std::vector<SqlValue>& parameters);
+
+    /// The connection's @@IDENTITY (nothing is Null).
+    const std::optional<std::int64_t>& identity() const { return session_.identity; }
+
+  protected:
+    std::int32_t executeStatement(std::string_view text) override;
+    std::unique_ptr<Cursor> openCursor(std::string_view text) override;
+    void callProcedure(const std::string& name, ParameterList& parameters) override;
+    void beginTransaction() override;
+    void commitTransaction() override;
+    void rollbackTransaction() override;
+
+  private:
+    struct Closer {
+        void operator()(sqlite3* db) const { sqlite3_close_v2(db); }
+    };
+
+    /// Translates `text` against the current schema and session.
+    Translation translate(std::string_view text);
+    /// Runs a translated statement that returns no rows to the caller; returns the rows it
+    /// changed (-1 for a SELECT) and keeps @@IDENTITY.
+    std::int32_t run(const Translation& translation);
+    void runNative(const char* sql);
+
+    // Declared first so that it closes last, after every statement is finalized.
+    std::unique_ptr<sqlite3, Closer> db_;
+    LiveCatalog catalog_;
+    Translator translator_;
+    StatementCache statements_;
+    SessionState session_;
+};
+
+/// Binds `parameters` to ?1, ?2, ... of `statement`.
+void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters);
+
+/// A cursor over the rows of a running SELECT, each value converted to the Variant of its
+/// SQL Server column type. The first row is fetched at once so that errors surface on open.
+std::unique_ptr<Cursor> makeCursor(sqlite3* db, StatementCache::Lease statement,
+                                   const std::vector<ResultColumn>& columns);
+
+/// The ADO type of a SQL Server column type.
+DataType adoType(schema::ColumnType type);
+
+/// Runs the stored procedure `name` on `connection` (CON_DevAsiento, CON_DevMovApunte).
+void callStoredProcedure(SqliteConnection& connection, const std::string& name,
+                         ParameterList& parameters);
+
+}  // namespace kvlnmov::db::sqlite

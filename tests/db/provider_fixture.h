@@ -1,0 +1,141 @@
+#pragma once
+
+// A fresh company database in a temporary folder, opened through the SQLite provider, and
+// helpers to read rows and to check raised errors.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "kvlnmov/db/command.h"
+#include "kvlnmov/db/open.h"
+#include "kvlnmov/db/recordset.h"
+
+namespace kvlnmov::db::testing {
+
+inline constexpr const char* kProvider = "kvlnmov SQLite provider";
+
+using Rows = std::vector<std::vector<Variant>>;
+
+/// Every row of `query` on `connection`.
+inline Rows query(const ConnectionRef& connection, std::string_view sql) {
+    Recordset recordset;
+    recordset.Open(sql, connection);
+    Rows rows;
+    for (; !recordset.Eof(); recordset.MoveNext()) {
+        std::vector<Variant> row;
+        for (int i = 0; i < recordset.FieldCount(); ++i) row.push_back(recordset.Fields(i));
+        rows.push_back(std::move(row));
+    }
+    recordset.Close();
+    return rows;
+}
+
+/// The single value of a one-row, one-column query.
+inline Variant scalar(const ConnectionRef& connection, std::string_view sql) {
+    const Rows rows = query(connection, sql);
+    if (rows.size() != 1 || rows[0].size() != 1) {
+        ADD_FAILURE() << sql << ": " << rows.size() << " rows";
+        return {};
+    }
+    return rows[0][0];
+}
+
+/// The error `action` raises (number 0 and an empty text when it raises none).
+inline Error errorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return error;
+    }
+    return Error(0, "", "");
+}
+
+inline std::int16_t i16(int value) { return static_cast<std::int16_t>(value); }
+inline std::uint8_t u8(int value) { return static_cast<std::uint8_t>(value); }
+
+/// CON_DevAsiento as the entry header calls it.
+inline std::int32_t nextEntryNumber(const ConnectionRef& connection, int company, int exercise,
+                                    int month, int day, int scheme) {
+    Command command;
+    command.CommandType(CommandType::StoredProc);
+    command.CommandText("CON_DevAsiento");
+    auto& parameters = command.Parameters();
+    parameters.Append(
+        Command::CreateParameter("Cod_Empresa", DataType::SmallInt, ParameterDirection::Input));
+    parameters.Append(
+        Command::CreateParameter("Cod_Ejercicio", DataType::SmallInt, ParameterDirection::Input));
+    parameters.Append(
+        Command::CreateParameter("Mes", DataType::TinyInt, ParameterDirection::Input));
+    parameters.Append(
+        Command::CreateParameter("Dia", DataType::TinyInt, ParameterDirection::Input));
+    parameters.Append(
+        Command::CreateParameter("TipoNum", DataType::TinyInt, ParameterDirection::Input));
+    parameters.Append(
+        Command::CreateParameter("Asiento", DataType::Integer, ParameterDirection::Output));
+    parameters("Cod_Empresa").value = i16(company);
+    parameters("Cod_Ejercicio").value = i16(exercise);
+    parameters("Mes").value = u8(month);
+    parameters("Dia").value = u8(day);
+    parameters("TipoNum").value = u8(scheme);
+    command.ActiveConnection(connection);
+    command.Execute();
+    command.ActiveConnection(nullptr);
+    return parameters("Asiento").value.toLong();
+}
+
+/// CON_DevMovApunte as the journal line calls it.
+inline std::int32_t nextLineNumber(const ConnectionRef& connection, int company, int exercise) {
+    Command command;
+    command.CommandType(CommandType::StoredProc);
+    command.CommandText("CON_DevMovApunte");
+    auto& parameters = command.Parameters();
+    parameters.Append(Command::CreateParameter("Cod_Empresa", DataType::SmallInt,
+                                               ParameterDirection::Input, 0, i16(company)));
+    parameters.Append(Command::CreateParameter("Cod_Ejercicio", DataType::SmallInt,
+                                               ParameterDirection::Input, 0, i16(exercise)));
+    parameters.Append(
+        Command::CreateParameter("Apunte", DataType::Integer, ParameterDirection::Output));
+    command.ActiveConnection(connection);
+    command.Execute();
+    return parameters("Apunte").value.toLong();
+}
+
+class ProviderTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "kvlnmov-db-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder_ = pattern;
+        path_ = (folder_ / "company.db").string();
+        db = openConnection("Provider=SQLite;Data Source=" + path_);
+        db->createCompanySchema();
+    }
+
+    void TearDown() override {
+        db.reset();
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+
+    /// Another connection on the same file.
+    ConnectionRef another(int busyTimeoutMs = 5000) const {
+        return openConnection("Provider=SQLite;Data Source=" + path_ +
+                              ";Busy Timeout=" + std::to_string(busyTimeoutMs));
+    }
+
+    const std::string& path() const { return path_; }
+
+    ConnectionRef db;
+
+  private:
+    std::filesystem::path folder_;
+    std::string path_;
+};
+
+}  // namespace kvlnmov::db::testing
