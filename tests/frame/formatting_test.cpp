@@ -88,6 +88,8 @@ TEST_F(FormattingTest, FlagsDatesAndTextsAsTheLibraryWritesThem) {
     EXPECT_EQ(sql::text("O'Brien"), "O'Brien");
     EXPECT_EQ(sql::cut(std::string(70, 'x'), 60), std::string(60, 'x'));
     EXPECT_EQ(sql::cut("corto", 60), "corto");
+    EXPECT_EQ(sql::cut("año señal", 3), "año");  // characters, not bytes
+    EXPECT_EQ(sql::cut("ñ", 0), "");
 }
 
 TEST_F(FormattingTest, CurrentUserIsTheNumberOfTheLeadingDigits) {

@@ -17,7 +17,8 @@ namespace kvlnmov::sql {
 
 /// A text as held, not escaped (the caller puts the quotes around it).
 inline std::string text(std::string_view value) { return std::string(value); }
-/// The first `length` characters of a text (columns the library cuts, such as concepts).
+/// The first `length` characters (not bytes) of a UTF-8 text: columns the library cuts,
+/// such as concepts.
 std::string cut(std::string_view value, std::size_t length);
 /// A whole number in decimal digits.
 inline std::string integer(std::int64_t value) { return std::to_string(value); }
