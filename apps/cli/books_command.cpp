@@ -1,0 +1,238 @@
+// `kvlnmov books`: the indirect-tax invoice books and the open payment and collection
+// forecasts of one company.
+
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "kvlnmov/db/open.h"
+#include "kvlnmov/db/recordset.h"
+#include "kvlnmov/frame/currency.h"
+#include "kvlnmov/frame/empresa_context.h"
+
+namespace kvlnmov::cli {
+
+namespace {
+
+struct BooksOptions {
+    std::string database;
+    int company = 0;
+    int exercise = 0;
+};
+
+// A text column: Null shows as nothing.
+std::string text(const Variant& value) { return value.isNull() ? std::string() : value.toText(); }
+
+// An amount with at least two decimals ("300.00", "1.50", "0.7175").
+std::string money(Currency amount) {
+    std::string out = amount.toString();
+    const auto point = out.find('.');
+    if (point == std::string::npos) return out + ".00";
+    if (out.size() - point == 2) out += '0';
+    return out;
+}
+
+std::string money(const Variant& value) {
+    return money(value.isNull() ? Currency() : value.toCurrency());
+}
+
+std::string date(const Variant& value) {
+    return value.isNull() ? std::string() : value.toDate().toIso();
+}
+
+std::string number(const Variant& value) {
+    return value.isNull() ? std::string() : std::to_string(value.toLong());
+}
+
+// A plain text table: a header and rows, numeric columns aligned to the right.
+class Table {
+  public:
+    Table(std::vector<std::string> header, std::vector<bool> right)
+        : header_(std::move(header)), right_(std::move(right)) {}
+
+    void add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
+    bool empty() const { return rows_.empty(); }
+
+    void print(std::ostream& out, const std::string& indent) const {
+        std::vector<std::size_t> widths;
+        for (const auto& name : header_) widths.push_back(name.size());
+        for (const auto& row : rows_) {
+            for (std::size_t i = 0; i < row.size(); ++i)
+                widths[i] = std::max(widths[i], row[i].size());
+        }
+        auto line = [&](const std::vector<std::string>& cells) {
+            std::string text = indent;
+            for (std::size_t i = 0; i < cells.size(); ++i) {
+                const std::string padding(widths[i] - cells[i].size(), ' ');
+                if (i) text += "  ";
+                text += right_[i] ? padding + cells[i] : cells[i] + padding;
+            }
+            while (!text.empty() && text.back() == ' ') text.pop_back();
+            out << text << "\n";
+        };
+        line(header_);
+        for (const auto& row : rows_) line(row);
+    }
+
+  private:
+    std::vector<std::string> header_;
+    std::vector<bool> right_;
+    std::vector<std::vector<std::string>> rows_;
+};
+
+std::string bookName(std::int32_t libro) {
+    switch (libro) {
+        case 1:
+            return "received";
+        case 2:
+            return "issued";
+        case 3:
+            return "capital goods";
+        default:
+            return "book " + std::to_string(libro);
+    }
+}
+
+// One invoice book (`Igic` or `Iva` with its `_Lineas` table): totals by book kind and rate,
+// then each record with the sums of its rate lines.
+void printBook(std::ostream& out, const db::ConnectionRef& connection, const std::string& title,
+               const std::string& table, std::int16_t company, std::int16_t exercise) {
+    const std::string where = " WHERE Cod_Empresa = " + std::to_string(company) +
+                              " AND Cod_Ejercicio = " + std::to_string(exercise);
+    std::map<std::int32_t, std::pair<Currency, Currency>> recordTotals;
+    db::Recordset lines;
+    lines.Open("SELECT Apunte, SUM(Base) AS Base, SUM(Cuota) AS Cuota FROM " + table + "_Lineas" +
+                   where + " GROUP BY Apunte",
+               connection);
+    for (; !lines.Eof(); lines.MoveNext()) {
+        recordTotals[lines.Fields("Apunte").toLong()] = {lines.Fields("Base").toCurrency(),
+                                                         lines.Fields("Cuota").toCurrency()};
+    }
+    lines.Close();
+
+    Table records({"Apunte", "Fecha", "Book", "Cuenta", "Documento", "Asiento", "Nombre", "Nif",
+                   "Base", "Tax"},
+                  {true, false, false, false, false, true, false, false, true, true});
+    db::Recordset headers;
+    headers.Open("SELECT Apunte, Fecha, Libro, Cuenta, Documento, Asiento, Nombre, Nif FROM " +
+                     table + where + " ORDER BY Fecha, Apunte",
+                 connection);
+    for (; !headers.Eof(); headers.MoveNext()) {
+        const auto sums = recordTotals.find(headers.Fields("Apunte").toLong());
+        const bool hasLines = sums != recordTotals.end();
+        records.add({number(headers.Fields("Apunte")), date(headers.Fields("Fecha")),
+                     bookName(headers.Fields("Libro").toLong()), text(headers.Fields("Cuenta")),
+                     text(headers.Fields("Documento")), number(headers.Fields("Asiento")),
+                     text(headers.Fields("Nombre")), text(headers.Fields("Nif")),
+                     hasLines ? money(sums->second.first) : "",
+                     hasLines ? money(sums->second.second) : ""});
+    }
+    headers.Close();
+
+    if (records.empty()) {
+        out << title << " (table " << table << "): no records\n";
+        return;
+    }
+    out << title << " (table " << table << ")\n";
+    Table totals({"Book", "Rate", "Base", "Tax", "Deductible"}, {false, true, true, true, true});
+    db::Recordset rates;
+    rates.Open(
+        "SELECT h.Libro, l.Tipo, SUM(l.Base) AS Base, SUM(l.Cuota) AS Cuota, "
+        "SUM(l.Deducible) AS Deducible FROM " +
+            table + " h JOIN " + table +
+            "_Lineas l ON l.Cod_Empresa = h.Cod_Empresa AND l.Cod_Ejercicio = "
+            "h.Cod_Ejercicio AND l.Apunte = h.Apunte"
+            " WHERE h.Cod_Empresa = " +
+            std::to_string(company) + " AND h.Cod_Ejercicio = " + std::to_string(exercise) +
+            " GROUP BY h.Libro, l.Tipo ORDER BY h.Libro, l.Tipo",
+        connection);
+    for (; !rates.Eof(); rates.MoveNext()) {
+        totals.add({bookName(rates.Fields("Libro").toLong()), number(rates.Fields("Tipo")) + "%",
+                    money(rates.Fields("Base")), money(rates.Fields("Cuota")),
+                    money(rates.Fields("Deducible"))});
+    }
+    rates.Close();
+    out << "  Totals by book and rate:\n";
+    totals.print(out, "    ");
+    out << "  Records:\n";
+    records.print(out, "    ");
+}
+
+// The open forecasts (state 0) of one forecast table by due date, with their total.
+void printForecasts(std::ostream& out, const db::ConnectionRef& connection,
+                    const std::string& title, const std::string& table,
+                    const std::string& methodColumn, std::int16_t company) {
+    Table forecasts({"Vencimiento", "Apunte", "Cuenta", "Documento", "Banco", "Forma", "Importe"},
+                    {false, true, false, false, false, true, true});
+    Currency total;
+    db::Recordset rows;
+    rows.Open("SELECT Apunte, Fecha_Vto, Cuenta, Documento, Banco, " + methodColumn +
+                  " AS Forma, Importe FROM " + table + " WHERE Cod_Empresa = " +
+                  std::to_string(company) + " AND Estado = 0 ORDER BY Fecha_Vto, Apunte",
+              connection);
+    for (; !rows.Eof(); rows.MoveNext()) {
+        forecasts.add({date(rows.Fields("Fecha_Vto")), number(rows.Fields("Apunte")),
+                       text(rows.Fields("Cuenta")), text(rows.Fields("Documento")),
+                       text(rows.Fields("Banco")), number(rows.Fields("Forma")),
+                       money(rows.Fields("Importe"))});
+        if (!rows.Fields("Importe").isNull()) total += rows.Fields("Importe").toCurrency();
+    }
+    rows.Close();
+    if (forecasts.empty()) {
+        out << title << ": none\n";
+        return;
+    }
+    out << title << ":\n";
+    forecasts.print(out, "  ");
+    out << "  Total: " << money(total) << "\n";
+}
+
+int runBooks(const BooksOptions& options) {
+    if ((options.company == 0) != (options.exercise == 0))
+        throw UsageError{"give --company and --exercise together"};
+    const auto connection = db::openConnection("Provider=SQLite;Data Source=" + options.database);
+    std::pair<std::int16_t, std::int16_t> codes{static_cast<std::int16_t>(options.company),
+                                                static_cast<std::int16_t>(options.exercise)};
+    if (options.company == 0) codes = EmpresaContext::singleCompanyExercise(connection);
+    // Raises when the company or the exercise does not exist.
+    EmpresaContext context(connection, codes.first, codes.second);
+
+    std::ostream& out = std::cout;
+    out << "Company " << context.Cod_Empresa() << ", exercise " << context.Cod_Ejercicio() << " ("
+        << context.FechaInicio().toIso() << " to " << context.FechaFin().toIso() << ")\n\n";
+    printBook(out, connection, "IGIC book", "Igic", context.Cod_Empresa(), context.Cod_Ejercicio());
+    out << "\n";
+    printBook(out, connection, "VAT book", "Iva", context.Cod_Empresa(), context.Cod_Ejercicio());
+    out << "\n";
+    printForecasts(out, connection, "Open payment forecasts by due date", "Previsiones_Pago",
+                   "FormaPago", context.Cod_Empresa());
+    out << "\n";
+    printForecasts(out, connection, "Open collection forecasts by due date", "Previsiones_Cobro",
+                   "FormaCobro", context.Cod_Empresa());
+    return kExitOk;
+}
+
+}  // namespace
+
+Command addBooksCommand(CLI::App& app) {
+    auto options = std::make_shared<BooksOptions>();
+    CLI::App* command = app.add_subcommand(
+        "books",
+        "List the IGIC and VAT invoice books of a company and exercise (totals by book and\n"
+        "rate, then each record with the sums of its rate lines) and the open payment and\n"
+        "collection forecasts (state 0) by due date. Without --company and --exercise the\n"
+        "database must hold exactly one exercise.");
+    command->add_option("DB", options->database, "Database file (must exist)")
+        ->required()
+        ->check(CLI::ExistingFile);
+    command->add_option("--company", options->company, "Company code")->check(CLI::Range(1, 32767));
+    command->add_option("--exercise", options->exercise, "Exercise code")
+        ->check(CLI::Range(1, 32767));
+    return Command{command, [options] { return runBooks(*options); }};
+}
+
+}  // namespace kvlnmov::cli

@@ -1,0 +1,118 @@
+#include "kvlnmov/taxbooks/cls_libro_irpf.h"
+
+#include <memory>
+
+#include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/journal/cls_asiento.h"
+
+namespace kvlnmov {
+
+namespace {
+
+/// " AND Punteo <> 0" for reconciled lines (1), " AND Punteo = 0" for unreconciled (2).
+std::string reconciliationFilter(std::int16_t intPunteo) {
+    if (intPunteo == 1) return " AND Punteo <> 0";
+    if (intPunteo == 2) return " AND Punteo = 0";
+    return {};
+}
+
+}  // namespace
+
+void clsLibroIrpf::Fecha(Date value) { fecha_ = sql::normalizeDate(value); }
+
+void clsLibroIrpf::check(const std::string& source) {
+    kvlnmov::cEmpresa& context = empresa();
+    if (cuenta_.empty()) {
+        throw Error(errc::kCheck, source, "Debe especificar un número de cuenta valido");
+    }
+    if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
+        throw Error(errc::kCheck, source, "Fecha fuera de ejercicio contable");
+    }
+}
+
+void clsLibroIrpf::insertRecord() {
+    kvlnmov::cEmpresa& context = empresa();
+    connection().Execute(
+        "INSERT INTO Irpf(Cod_Empresa, Cod_Ejercicio, Apunte, Libro, Cod_Irpf, Tipo, Fecha, "
+        "CuentaIrpf, Documento,"
+        " Asiento, Cuenta, Nombre, Nif, ImporteBase, ImporteIrpf, ImporteFactura) VALUES(" +
+        sql::integer(context.Cod_Empresa()) + ", " + sql::integer(context.Cod_Ejercicio()) + ", " +
+        sql::integer(apunte_) + ", " + sql::integer(static_cast<std::int32_t>(libro_)) + ", " +
+        sql::integer(codIrpf_) + ", " + sql::integer(tipoIrpf_) + ", '" + sql::date(fecha_) + "'" +
+        ", '" + sql::text(cuentaIrpf_) + "'" + ", '" + sql::text(documento_) + "'" + ", " +
+        sql::integer(asiento_) + ", '" + sql::text(cuenta_) + "'" + ", '" + sql::text(nombre_) +
+        "'" + ", '" + sql::text(nif_) + "'" + ", " + sql::number(importeBase_) + ", " +
+        sql::number(importeIrpf_) + ", " + sql::number(importeFactura_) + ")");
+}
+
+bool clsLibroIrpf::Insertar() {
+    return plainHandler("Libro Irpf ::Insertar", [&] {
+        check("clsLibroIrpf::Insertar");
+        insertRecord();
+        return true;
+    });
+}
+
+bool clsLibroIrpf::Modificar() {
+    return plainHandler("LibroIrpf::Modificar", [&] {
+        check("clsLibroIrpf::Modificar");
+        connection().Execute("DELETE FROM Irpf" + sql::whereCompanyExercise(empresa()) +
+                             " AND Apunte =" + sql::integer(apunte_));
+        insertRecord();
+        return true;
+    });
+}
+
+bool clsLibroIrpf::Eliminar() {
+    return plainHandler("LibroIrpf::Eliminar", [&] {
+        connection().Execute("DELETE FROM Irpf" + sql::whereCompanyExercise(empresa()) +
+                             " AND Apunte =" + sql::integer(apunte_));
+        return true;
+    });
+}
+
+bool clsLibroIrpf::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
+    return plainHandler("clsLibroIrpf::Cambiar_Asiento", [&] {
+        // The new entry's date; an entry that cannot be found leaves the zero date.
+        Date entryDate;
+        {
+            auto entry = std::make_shared<clsAsiento>();
+            entry->cEmpresa(empresaRef());
+            entry->Codigo(lngAsiento_Nuevo);
+            entry->Cargar();
+            entryDate = entry->Fecha();
+        }
+        connection().Execute("UPDATE Irpf SET Asiento =" + sql::integer(lngAsiento_Nuevo) +
+                             ", Fecha ='" + sql::date(entryDate) + "'" +
+                             sql::whereCompanyExercise(empresa()) +
+                             " AND Asiento =" + sql::integer(lngAsiento_Ant));
+        return true;
+    });
+}
+
+bool clsLibroIrpf::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF,
+                                  std::string strCuentaD, Date dteFechaI, Date dteFechaF,
+                                  std::int16_t intPunteo) {
+    return plainHandler("clsLibroIrpf::Cambiar_Cuenta", [&] {
+        const std::string source = "clsLibroIrpf::Cambiar_Cuenta";
+        kvlnmov::cEmpresa& context = empresa();
+        if (dteFechaI < context.FechaInicio() || dteFechaI > context.FechaFin()) {
+            throw Error(errc::kCheck, source, "Fecha inicial fuera de ejercicio contable");
+        }
+        if (dteFechaF < context.FechaInicio() || dteFechaF > context.FechaFin()) {
+            throw Error(errc::kCheck, source, "Fecha final fuera de ejercicio contable");
+        }
+        const std::string where = sql::whereCompanyExercise(context);
+        const std::string range = " AND (Cuenta BETWEEN '" + sql::text(strCuentaI) + "' AND '" +
+                                  sql::text(strCuentaF) + "')";
+        connection().Execute("UPDATE Irpf SET Cuenta ='" + sql::text(strCuentaD) + "'" + where +
+                             range + " AND Apunte IN (SELECT Apunte FROM Movimientos" + where +
+                             range + " AND (Fecha_Asiento BETWEEN '" + sql::date(dteFechaI) +
+                             "' AND '" + sql::date(dteFechaF) + "')" +
+                             reconciliationFilter(intPunteo) + ")");
+        return true;
+    });
+}
+
+}  // namespace kvlnmov
