@@ -1,0 +1,95 @@
+// kvlnmov-viewer DB ENTRY [--company N --exercise N]: shows one journal entry of a company
+// database in the entry viewer form, opened the way an application opens it, through
+// frmclsAsientoVisor.
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QMessageBox>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <tuple>
+
+#include "kvlnmov/db/open.h"
+#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/frame/error.h"
+#include "kvlnmov/frame/library.h"
+#include "kvlnmov/viewer/form_hook.h"
+#include "kvlnmov/viewer/frmcls_asiento_visor.h"
+#include "qt_form_hook.h"
+#include "qt_user_interface.h"
+
+namespace {
+
+constexpr int kExitUsage = 2;
+
+// A whole number option in 1..max, or 0 when the text is not one.
+int positive(const QString& text, int max) {
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    return ok && value >= 1 && value <= max ? value : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName("kvlnmov-viewer");
+    QApplication::setApplicationDisplayName("Visor de asientos");
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        "Shows one journal entry of a company database: its lines, totals, imbalance and last "
+        "user. Without --company and --exercise the database must hold exactly one of each.");
+    parser.addHelpOption();
+    parser.addPositionalArgument("DB", "Company database file");
+    parser.addPositionalArgument("ENTRY", "Entry number");
+    const QCommandLineOption companyOption("company", "Company code", "N");
+    const QCommandLineOption exerciseOption("exercise", "Exercise code", "N");
+    parser.addOption(companyOption);
+    parser.addOption(exerciseOption);
+    parser.process(app);
+
+    const QStringList arguments = parser.positionalArguments();
+    const int entry = arguments.size() == 2 ? positive(arguments[1], 2147483647) : 0;
+    const int company =
+        parser.isSet(companyOption) ? positive(parser.value(companyOption), 32767) : -1;
+    const int exercise =
+        parser.isSet(exerciseOption) ? positive(parser.value(exerciseOption), 32767) : -1;
+    if (arguments.size() != 2 || entry == 0 || company == 0 || exercise == 0 ||
+        (company < 0) != (exercise < 0)) {
+        std::cerr << "usage: kvlnmov-viewer DB ENTRY [--company N --exercise N]\n";
+        return kExitUsage;
+    }
+
+    kvlnmov::setUserInterface(std::make_shared<kvlnmov::viewer::QtUserInterface>());
+    kvlnmov::setEntryViewerFormHook(std::make_shared<kvlnmov::viewer::QtFormHook>());
+    try {
+        const auto connection = kvlnmov::db::openConnection("Provider=SQLite;Data Source=" +
+                                                            arguments[0].toStdString());
+        std::int16_t companyCode = static_cast<std::int16_t>(company);
+        std::int16_t exerciseCode = static_cast<std::int16_t>(exercise);
+        if (company < 0)
+            std::tie(companyCode, exerciseCode) =
+                kvlnmov::EmpresaContext::singleCompanyExercise(connection);
+
+        kvlnmov::frmclsAsientoVisor visor;
+        visor.ConexionKavelon(connection);
+        visor.EmpresaKavelon(
+            std::make_shared<kvlnmov::EmpresaContext>(connection, companyCode, exerciseCode));
+        visor.Cod_Empresa(companyCode);
+        visor.Cod_Ejercicio(exerciseCode);
+        visor.Asiento(entry);
+        visor.Show(std::int16_t{1}, std::nullopt);
+    } catch (const kvlnmov::Error& error) {
+        const std::string text = "Error " + std::to_string(error.number()) + " (" + error.source() +
+                                 "): " + error.description();
+        std::cerr << text << "\n";
+        QMessageBox::critical(nullptr, QApplication::applicationDisplayName(),
+                              QString::fromStdString(text));
+        return 1;
+    }
+    kvlnmov::setEntryViewerFormHook(nullptr);
+    kvlnmov::resetLibrary();
+    return 0;
+}

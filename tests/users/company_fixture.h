@@ -1,0 +1,123 @@
+#pragma once
+
+// A fresh company database (company 1, open exercise 2026) in a temporary folder, with the
+// library reset, a recording user interface installed, a settable context and a log of the
+// statements the connection receives.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kvlnmov/db/open.h"
+#include "kvlnmov/db/recordset.h"
+#include "kvlnmov/frame/context.h"
+#include "kvlnmov/frame/library.h"
+#include "kvlnmov/frame/regional.h"
+
+namespace kvlnmov::testing {
+
+using Rows = std::vector<std::vector<Variant>>;
+
+/// Keeps every text the connection receives.
+class StatementLog : public db::StatementObserver {
+  public:
+    void statementSent(std::string_view text) override { texts.emplace_back(text); }
+    std::vector<std::string> texts;
+};
+
+/// The error `action` raises (number 0 and empty texts when it raises none).
+inline Error errorOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return error;
+    }
+    return Error(0, "", "");
+}
+
+class CompanyTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        resetLibrary();
+        setRegional(Regional{});
+        ui = std::make_shared<RecordingUserInterface>();
+        setUserInterface(ui);
+
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "kvlnmov-company-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder_ = pattern;
+        path_ = (folder_ / "company.db").string();
+        db = db::openConnection("Provider=SQLite;Data Source=" + path_);
+        db->createCompanySchema();
+        db->Execute(
+            "INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (1, 'Empresa', 0)");
+        db->Execute(
+            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
+            "FechaFin) VALUES (1, 2026, 0, '01/01/2026', '31/12/2026')");
+
+        context = std::make_shared<SettableContext>();
+        context->company = 1;
+        context->exercise = 2026;
+        context->firstDay = Date::ymd(2026, 1, 1);
+        context->lastDay = Date::ymd(2026, 12, 31);
+
+        log = std::make_shared<StatementLog>();
+        db->addObserver(log);
+    }
+
+    void TearDown() override {
+        resetLibrary();
+        db.reset();
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+
+    /// A new object of class T bound to the test's connection and context.
+    template <class T>
+    std::shared_ptr<T> bound() {
+        auto object = std::make_shared<T>();
+        object->Conexion(db);
+        object->cEmpresa(context);
+        return object;
+    }
+
+    /// Every row of `sql`.
+    Rows query(std::string_view sql) {
+        db::Recordset recordset;
+        recordset.Open(sql, db);
+        Rows rows;
+        for (; !recordset.Eof(); recordset.MoveNext()) {
+            std::vector<Variant> row;
+            for (int i = 0; i < recordset.FieldCount(); ++i) row.push_back(recordset.Fields(i));
+            rows.push_back(std::move(row));
+        }
+        recordset.Close();
+        return rows;
+    }
+
+    /// The texts sent since the last call, which forgets them.
+    std::vector<std::string> takeSent() {
+        std::vector<std::string> sent = std::move(log->texts);
+        log->texts.clear();
+        return sent;
+    }
+
+    const std::string& path() const { return path_; }
+
+    db::ConnectionRef db;
+    std::shared_ptr<SettableContext> context;
+    std::shared_ptr<RecordingUserInterface> ui;
+    std::shared_ptr<StatementLog> log;
+
+  private:
+    std::filesystem::path folder_;
+    std::string path_;
+};
+
+}  // namespace kvlnmov::testing
