@@ -5,10 +5,14 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "books_report.h"
 #include "commands.h"
+#include "company_database.h"
+#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/currency.h"
@@ -48,41 +52,6 @@ std::string number(const Variant& value) {
     return value.isNull() ? std::string() : std::to_string(value.toLong());
 }
 
-// A plain text table: a header and rows, numeric columns aligned to the right.
-class Table {
-  public:
-    Table(std::vector<std::string> header, std::vector<bool> right)
-        : header_(std::move(header)), right_(std::move(right)) {}
-
-    void add(std::vector<std::string> row) { rows_.push_back(std::move(row)); }
-    bool empty() const { return rows_.empty(); }
-
-    void print(std::ostream& out, const std::string& indent) const {
-        std::vector<std::size_t> widths;
-        for (const auto& name : header_) widths.push_back(name.size());
-        for (const auto& row : rows_) {
-            for (std::size_t i = 0; i < row.size(); ++i)
-                widths[i] = std::max(widths[i], row[i].size());
-        }
-        auto line = [&](const std::vector<std::string>& cells) {
-            std::string text = indent;
-            for (std::size_t i = 0; i < cells.size(); ++i) {
-                const std::string padding(widths[i] - cells[i].size(), ' ');
-                if (i) text += "  ";
-                text += right_[i] ? padding + cells[i] : cells[i] + padding;
-            }
-            while (!text.empty() && text.back() == ' ') text.pop_back();
-            out << text << "\n";
-        };
-        line(header_);
-        for (const auto& row : rows_) line(row);
-    }
-
-  private:
-    std::vector<std::string> header_;
-    std::vector<bool> right_;
-    std::vector<std::vector<std::string>> rows_;
-};
 
 std::string bookName(std::int32_t libro) {
     switch (libro) {
@@ -114,7 +83,7 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
     }
     lines.Close();
 
-    Table records({"Apunte", "Fecha", "Book", "Cuenta", "Documento", "Asiento", "Nombre", "Nif",
+    TextTable records({"Apunte", "Fecha", "Book", "Cuenta", "Documento", "Asiento", "Nombre", "Nif",
                    "Base", "Tax"},
                   {true, false, false, false, false, true, false, false, true, true});
     db::Recordset headers;
@@ -138,7 +107,7 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
         return;
     }
     out << title << " (table " << table << ")\n";
-    Table totals({"Book", "Rate", "Base", "Tax", "Deductible"}, {false, true, true, true, true});
+    TextTable totals({"Book", "Rate", "Base", "Tax", "Deductible"}, {false, true, true, true, true});
     db::Recordset rates;
     rates.Open(
         "SELECT h.Libro, l.Tipo, SUM(l.Base) AS Base, SUM(l.Cuota) AS Cuota, "
@@ -166,7 +135,7 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
 void printForecasts(std::ostream& out, const db::ConnectionRef& connection,
                     const std::string& title, const std::string& table,
                     const std::string& methodColumn, std::int16_t company) {
-    Table forecasts({"Vencimiento", "Apunte", "Cuenta", "Documento", "Banco", "Forma", "Importe"},
+    TextTable forecasts({"Vencimiento", "Apunte", "Cuenta", "Documento", "Banco", "Forma", "Importe"},
                     {false, true, false, false, false, true, true});
     Currency total;
     db::Recordset rows;
@@ -194,14 +163,20 @@ void printForecasts(std::ostream& out, const db::ConnectionRef& connection,
 int runBooks(const BooksOptions& options) {
     if ((options.company == 0) != (options.exercise == 0))
         throw UsageError{"give --company and --exercise together"};
-    const auto connection = db::openConnection("Provider=SQLite;Data Source=" + options.database);
-    std::pair<std::int16_t, std::int16_t> codes{static_cast<std::int16_t>(options.company),
-                                                static_cast<std::int16_t>(options.exercise)};
-    if (options.company == 0) codes = EmpresaContext::singleCompanyExercise(connection);
-    // Raises when the company or the exercise does not exist.
-    EmpresaContext context(connection, codes.first, codes.second);
+    std::optional<int> company;
+    std::optional<int> exercise;
+    if (options.company != 0) {
+        company = options.company;
+        exercise = options.exercise;
+    }
+    CompanyDatabase opened = openCompanyDatabase(options.database, company, exercise, 1);
+    printBooks(std::cout, opened.connection, *opened.context);
+    return kExitOk;
+}
 
-    std::ostream& out = std::cout;
+}  // namespace
+
+void printBooks(std::ostream& out, const db::ConnectionRef& connection, cEmpresa& context) {
     out << "Company " << context.Cod_Empresa() << ", exercise " << context.Cod_Ejercicio() << " ("
         << context.FechaInicio().toIso() << " to " << context.FechaFin().toIso() << ")\n\n";
     printBook(out, connection, "IGIC book", "Igic", context.Cod_Empresa(), context.Cod_Ejercicio());
@@ -213,10 +188,7 @@ int runBooks(const BooksOptions& options) {
     out << "\n";
     printForecasts(out, connection, "Open collection forecasts by due date", "Previsiones_Cobro",
                    "FormaCobro", context.Cod_Empresa());
-    return kExitOk;
 }
-
-}  // namespace
 
 Command addBooksCommand(CLI::App& app) {
     auto options = std::make_shared<BooksOptions>();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/empresa_context.h"
 #include "kvlnmov/frame/library.h"
@@ -26,18 +27,6 @@ struct ShowOptions {
 
 using Column = EntryView::Column;
 
-// Characters a UTF-8 text takes on the terminal (one per code point).
-std::size_t displayWidth(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-    }));
-}
-
-std::string fit(const std::string& text, std::size_t width, bool right) {
-    const std::string padding(width - std::min(width, displayWidth(text)), ' ');
-    return right ? padding + text : text + padding;
-}
-
 bool rightAligned(std::size_t column) {
     return column == static_cast<std::size_t>(Column::Apunte) ||
            column == static_cast<std::size_t>(Column::Debe) ||
@@ -50,16 +39,17 @@ void render(const EntryView& view, std::ostream& out) {
     const std::size_t debit = static_cast<std::size_t>(Column::Debe);
     const std::size_t credit = static_cast<std::size_t>(Column::Haber);
 
-    std::vector<std::size_t> widths;
-    for (const std::string& caption : captions) widths.push_back(displayWidth(caption));
+    std::vector<bool> right;
+    for (std::size_t i = 0; i < captions.size(); ++i) right.push_back(rightAligned(i));
+    TextTable grid(std::vector<std::string>(captions.begin(), captions.end()), right, " | ", true);
     for (const EntryView::Row& row : view.rows()) {
-        for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], displayWidth(row[i]));
+        grid.add(std::vector<std::string>(row.begin(), row.end()));
     }
     for (const std::string* total : {&view.totalDebe(), &view.descuadreDebe()})
-        widths[debit] = std::max(widths[debit], displayWidth(*total));
+        grid.widen(debit, displayWidth(*total));
     for (const std::string* total : {&view.totalHaber(), &view.descuadreHaber()})
-        widths[credit] = std::max(widths[credit], displayWidth(*total));
+        grid.widen(credit, displayWidth(*total));
+    const std::vector<std::size_t> widths = grid.widths();
 
     // An entry without lines leaves the number box empty; the terminal names the entry asked.
     const std::string number = view.numero().empty() ? std::to_string(view.entry()) : view.numero();
@@ -67,23 +57,9 @@ void render(const EntryView& view, std::ostream& out) {
     if (!view.userCaption().empty()) out << "   " << view.userCaption() << " " << view.userName();
     out << "\n\n";
 
-    auto line = [&](const EntryView::Row& cells, bool header) {
-        std::string text;
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            if (i) text += " | ";
-            text += fit(cells[i], widths[i], rightAligned(i) && !header);
-        }
-        while (!text.empty() && text.back() == ' ') text.pop_back();
-        out << text << "\n";
-    };
-    line(captions, true);
-    std::string rule;
-    for (std::size_t i = 0; i < widths.size(); ++i)
-        rule += (i ? "-+-" : "") + std::string(widths[i], '-');
-    out << rule << "\n";
-    for (const EntryView::Row& row : view.rows()) line(row, false);
+    grid.print(out);
     if (view.rows().empty()) out << "(sin apuntes)\n";
-    out << rule << "\n";
+    out << grid.ruleLine() << "\n";
 
     // The labels end where the debit column starts.
     std::size_t labelWidth = 0;

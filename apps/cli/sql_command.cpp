@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 
@@ -94,43 +95,21 @@ void printQuery(const db::ConnectionRef& connection, const std::string& text) {
     recordset.Open(text, connection);
     const int count = recordset.FieldCount();
     std::vector<std::string> header;
-    std::vector<std::size_t> widths;
+    std::vector<bool> right;
     for (int i = 0; i < count; ++i) {
         const std::string& name = recordset.FieldInfo(i).name;
         header.push_back(name.empty() ? "(No column name)" : name);
-        widths.push_back(header.back().size());
+        right.push_back(rightAligned(recordset.FieldInfo(i).type));
     }
-    std::vector<std::vector<std::string>> rows;
+    TextTable table(header, right, " | ", true);
     for (; !recordset.Eof(); recordset.MoveNext()) {
         std::vector<std::string> row;
-        for (int i = 0; i < count; ++i) {
-            row.push_back(display(recordset.Fields(i)));
-            widths[static_cast<std::size_t>(i)] =
-                std::max(widths[static_cast<std::size_t>(i)], row.back().size());
-        }
-        rows.push_back(std::move(row));
+        for (int i = 0; i < count; ++i) row.push_back(display(recordset.Fields(i)));
+        table.add(std::move(row));
     }
-    std::vector<bool> right;
-    for (int i = 0; i < count; ++i) right.push_back(rightAligned(recordset.FieldInfo(i).type));
     recordset.Close();
-
-    auto printRow = [&](const std::vector<std::string>& cells, bool isHeader) {
-        std::string line;
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            const std::string padding(widths[i] - cells[i].size(), ' ');
-            if (i) line += " | ";
-            line += (right[i] && !isHeader) ? padding + cells[i] : cells[i] + padding;
-        }
-        while (!line.empty() && line.back() == ' ') line.pop_back();
-        std::cout << line << "\n";
-    };
-    printRow(header, true);
-    std::string rule;
-    for (std::size_t i = 0; i < widths.size(); ++i)
-        rule += (i ? "-+-" : "") + std::string(widths[i], '-');
-    std::cout << rule << "\n";
-    for (const auto& row : rows) printRow(row, false);
-    std::cout << "(" << rows.size() << " rows)\n";
+    table.print(std::cout);
+    std::cout << "(" << table.size() << " rows)\n";
 }
 
 void runStatement(const db::ConnectionRef& connection, const std::string& text) {

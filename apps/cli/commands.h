@@ -1,0 +1,52 @@
+#pragma once
+
+// The commands of the kvlnmov tool. Each one adds its subcommand (with its options and help)
+// to the application and returns how to run it once the command line has been parsed.
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace kvlnmov::cli {
+
+/// Exit codes: success, a failure while running (a provider error), bad arguments.
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
+/// Thrown by a command for a bad argument found after parsing: printed, exit code 2.
+struct UsageError {
+    std::string message;
+};
+
+struct Command {
+    CLI::App* subcommand = nullptr;
+    /// Runs the command; returns the exit code. kvlnmov::Error escapes to the caller.
+    std::function<int()> run;
+};
+
+/// `kvlnmov init DB ...`: creates a company database.
+Command addInitCommand(CLI::App& app);
+/// `kvlnmov sql DB [STATEMENT]`: runs T-SQL statements on a database.
+Command addSqlCommand(CLI::App& app);
+/// `kvlnmov run FILES...`: runs scenario files.
+Command addRunCommand(CLI::App& app);
+/// `kvlnmov post DB FILE`: posts the entries of a JSON or CSV file.
+Command addPostCommand(CLI::App& app);
+/// `kvlnmov balance DB`: prints the trial balance.
+Command addBalanceCommand(CLI::App& app);
+/// `kvlnmov demo DB`: a demonstration company's month of bookkeeping.
+Command addDemoCommand(CLI::App& app);
+/// `kvlnmov books DB [--company N --exercise N]`: lists the invoice books and the open
+/// forecasts.
+Command addBooksCommand(CLI::App& app);
+/// `kvlnmov show DB ENTRY [--company N --exercise N]`: one entry as the entry viewer shows it.
+Command addShowCommand(CLI::App& app);
+/// `kvlnmov annul DB ENTRY [--user N] [--company N --exercise N]`: annuls a posted entry.
+Command addAnnulCommand(CLI::App& app);
+/// `kvlnmov renumber DB OLD NEW`: moves the lines of entry OLD to the existing entry NEW.
+Command addRenumberCommand(CLI::App& app);
+/// `kvlnmov reassign DB --from A --to B --dest D --start DATE --end DATE`: moves the lines of
+/// an account range to one account.
+Command addReassignCommand(CLI::App& app);
+
+}  // namespace kvlnmov::cli

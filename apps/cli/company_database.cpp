@@ -1,0 +1,74 @@
+#include "company_database.h"
+
+#include <filesystem>
+
+#include "commands.h"
+#include "kvlnmov/db/open.h"
+#include "kvlnmov/frame/library.h"
+
+namespace kvlnmov::cli {
+
+namespace {
+
+/// A text literal for T-SQL, quotes doubled.
+std::string quoted(const std::string& text) {
+    std::string result = "'";
+    for (char c : text) {
+        result += c;
+        if (c == '\'') result += '\'';
+    }
+    return result + "'";
+}
+
+}  // namespace
+
+void createCompanyDatabase(const CompanySetup& setup) {
+    std::error_code error;
+    const bool existed = std::filesystem::exists(setup.path, error);
+    if (existed && (!std::filesystem::is_regular_file(setup.path, error) ||
+                    std::filesystem::file_size(setup.path, error) > 0)) {
+        throw UsageError{"'" + setup.path +
+                         "' already exists and is not empty; give the name of a new file"};
+    }
+    try {
+        auto connection = db::openConnection("Provider=SQLite;Data Source=" + setup.path);
+        connection->createCompanySchema();
+        connection->Execute("INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (" +
+                            std::to_string(setup.company) + ", " + quoted(setup.name) + ", 0)");
+        connection->Execute(
+            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
+            "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
+            std::to_string(setup.company) + ", " + std::to_string(setup.exercise) + ", 0, '" +
+            setup.firstDay.toIso() + "', '" + setup.lastDay.toIso() + "', " +
+            quoted(setup.levels) + ", " + std::to_string(setup.numbering) + ", " +
+            std::to_string(setup.tax) + ")");
+    } catch (...) {
+        // Leave nothing half made behind: the next attempt would find a non-empty file.
+        if (!existed) {
+            for (const char* suffix : {"", "-wal", "-shm"})
+                std::filesystem::remove(setup.path + suffix, error);
+        }
+        throw;
+    }
+}
+
+CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> company,
+                                    std::optional<int> exercise, int user) {
+    if (!std::filesystem::is_regular_file(path)) {
+        throw UsageError{"'" + path + "' is not a database file (create one with kvlnmov init)"};
+    }
+    CompanyDatabase opened;
+    opened.connection = db::openConnection("Provider=SQLite;Data Source=" + path);
+    if (!company || !exercise) {
+        auto [onlyCompany, onlyExercise] = EmpresaContext::singleCompanyExercise(opened.connection);
+        if (!company) company = onlyCompany;
+        if (!exercise) exercise = onlyExercise;
+    }
+    opened.context = std::make_shared<EmpresaContext>(
+        opened.connection, static_cast<std::int16_t>(*company), static_cast<std::int16_t>(*exercise));
+    opened.context->setValor("UsuarioActual", Variant(std::to_string(user)));
+    replaceConnection(opened.connection);
+    return opened;
+}
+
+}  // namespace kvlnmov::cli

@@ -1,0 +1,44 @@
+#pragma once
+
+// Opening an existing company database for a command: the connection, bound as the library's
+// connection, and the context of its company and exercise.
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "kvlnmov/db/connection.h"
+#include "kvlnmov/frame/date.h"
+#include "kvlnmov/frame/empresa_context.h"
+
+namespace kvlnmov::cli {
+
+/// What a new company database starts with.
+struct CompanySetup {
+    std::string path;
+    int company = 1;
+    int exercise = 2026;
+    Date firstDay = Date::ymd(2026, 1, 1);
+    Date lastDay = Date::ymd(2026, 12, 31);
+    std::string levels = "1,2,3,4,8";
+    int numbering = 0;
+    int tax = 0;
+    std::string name = "Empresa demo";
+};
+
+/// Creates the database file `setup.path` (which must not exist or be empty), its schema,
+/// the company row and one open exercise. A failure removes the file again.
+void createCompanyDatabase(const CompanySetup& setup);
+
+struct CompanyDatabase {
+    db::ConnectionRef connection;
+    std::shared_ptr<EmpresaContext> context;
+};
+
+/// Opens `path` (which must exist: UsageError otherwise) and reads the context of `company`
+/// and `exercise`, or of the database's only company and exercise when they are not given.
+/// `user` becomes the context's current user ("UsuarioActual").
+CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> company,
+                                    std::optional<int> exercise, int user);
+
+}  // namespace kvlnmov::cli

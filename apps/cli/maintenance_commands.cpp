@@ -1,0 +1,283 @@
+// `kvlnmov annul`, `kvlnmov renumber` and `kvlnmov reassign`: maintenance of posted entries
+// through the journal classes, on an existing company database.
+
+#include <algorithm>
+#include <cctype>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "commands.h"
+#include "company_database.h"
+#include "kvlnmov/db/recordset.h"
+#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/journal/cls_asiento.h"
+#include "kvlnmov/journal/cls_mov.h"
+
+namespace kvlnmov::cli {
+
+namespace {
+
+void addCompanyExerciseOptions(CLI::App* command, std::optional<int>& company,
+                               std::optional<int>& exercise) {
+    command->add_option("--company", company, "Company code (default: the database's only company)")
+        ->check(CLI::Range(1, 32767));
+    command
+        ->add_option("--exercise", exercise,
+                     "Exercise code (default: the database's only exercise)")
+        ->check(CLI::Range(1, 32767));
+}
+
+// " WHERE Cod_Empresa = c AND Cod_Ejercicio = e" of the opened company and exercise.
+std::string whereCompanyExercise(EmpresaContext& context) {
+    return " WHERE Cod_Empresa = " + sql::integer(context.Cod_Empresa()) +
+           " AND Cod_Ejercicio = " + sql::integer(context.Cod_Ejercicio());
+}
+
+// The single number a query returns (0 for no row or Null).
+std::int64_t scalar(const CompanyDatabase& opened, const std::string& query) {
+    db::Recordset result;
+    result.Open(query, opened.connection);
+    std::int64_t value = 0;
+    if (!result.Eof() && !result.Fields(0).isNull()) value = result.Fields(0).toLong();
+    result.Close();
+    return value;
+}
+
+std::string companyExercise(EmpresaContext& context) {
+    return "company " + std::to_string(context.Cod_Empresa()) + ", exercise " +
+           std::to_string(context.Cod_Ejercicio());
+}
+
+std::shared_ptr<clsAsiento> entryHeader(const CompanyDatabase& opened, std::int32_t number) {
+    auto entry = std::make_shared<clsAsiento>();
+    entry->Conexion(opened.connection);
+    entry->cEmpresa(opened.context);
+    entry->Codigo(number);
+    return entry;
+}
+
+std::shared_ptr<clsMov> journalLine(const CompanyDatabase& opened) {
+    auto line = std::make_shared<clsMov>();
+    line->Conexion(opened.connection);
+    line->cEmpresa(opened.context);
+    return line;
+}
+
+std::string plural(std::int64_t count, const std::string& word) {
+    return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
+struct AnnulOptions {
+    std::string database;
+    std::int32_t entry = 0;
+    std::optional<int> user;
+    std::optional<int> company;
+    std::optional<int> exercise;
+};
+
+int runAnnul(const AnnulOptions& options) {
+    CompanyDatabase opened = openCompanyDatabase(options.database, options.company,
+                                                 options.exercise, options.user.value_or(1));
+    EmpresaContext& context = *opened.context;
+    auto entry = entryHeader(opened, options.entry);
+    if (!entry->Cargar()) {
+        throw UsageError{"entry " + std::to_string(options.entry) + " does not exist in " +
+                         companyExercise(context)};
+    }
+    // The annulling user goes to the backup and to a header that stays; without --user the
+    // header's own user is kept.
+    if (options.user) entry->Usuario(static_cast<std::int16_t>(*options.user));
+    const std::string where = whereCompanyExercise(context);
+    const std::string number = sql::integer(options.entry);
+    const std::int64_t lines =
+        scalar(opened, "SELECT COUNT(*) FROM Movimientos" + where + " AND Cod_Asiento = " + number);
+
+    entry->Eliminar();
+
+    const std::int64_t backup = scalar(
+        opened, "SELECT MAX(IDBak) FROM BakAnulado_Asientos" + where + " AND Codigo = " + number);
+    std::cout << "Annulled entry " << options.entry << " of " << companyExercise(context)
+              << " (dated " << entry->Fecha().toIso() << "): " << plural(lines, "line")
+              << " taken out of the balances, backed up under backup " << backup
+              << " and deleted.\n";
+    if (entry->Existe()) {
+        std::cout << "The header stays, marked annulled (Nulo) by user " << entry->Usuario() << ": "
+                  << options.entry << " was not the last number given.\n";
+    } else {
+        std::cout << "The header was deleted and number " << options.entry
+                  << " given back to the counter.\n";
+    }
+    return kExitOk;
+}
+
+struct RenumberOptions {
+    std::string database;
+    std::int32_t from = 0;
+    std::int32_t to = 0;
+    int user = 1;
+    std::optional<int> company;
+    std::optional<int> exercise;
+};
+
+int runRenumber(const RenumberOptions& options) {
+    CompanyDatabase opened =
+        openCompanyDatabase(options.database, options.company, options.exercise, options.user);
+    EmpresaContext& context = *opened.context;
+    // The lines take the new entry's date from its header, which must therefore exist.
+    auto target = entryHeader(opened, options.to);
+    if (!target->Cargar()) {
+        throw UsageError{"entry " + std::to_string(options.to) + " has no header in " +
+                         companyExercise(context) +
+                         "; create it first: renumber moves the lines into an existing entry"};
+    }
+    const std::int64_t lines =
+        scalar(opened, "SELECT COUNT(*) FROM Movimientos" + whereCompanyExercise(context) +
+                           " AND Cod_Asiento = " + sql::integer(options.from));
+
+    journalLine(opened)->Cambiar_Asiento(options.from, options.to);
+
+    std::cout << "Moved " << plural(lines, "line") << " of entry " << options.from << " to entry "
+              << options.to << " (dated " << target->Fecha().toIso()
+              << "), with their balances, secondary lines"
+              << (context.TipoImpuesto() == 1 ? ", payment forecasts and IGIC book records"
+                                              : " and payment forecasts")
+              << ".\n";
+    return kExitOk;
+}
+
+struct ReassignOptions {
+    std::string database;
+    std::string from;
+    std::string to;
+    std::string destination;
+    std::string start;
+    std::string end;
+    bool reconciled = false;
+    bool unreconciled = false;
+    int user = 1;
+    std::optional<int> company;
+    std::optional<int> exercise;
+};
+
+Date isoDate(const std::string& text, const char* option) {
+    const auto date = Date::parseIso(text);
+    if (!date || date->hasTime()) {
+        throw UsageError{std::string(option) + " must be a date as YYYY-MM-DD: '" + text + "'"};
+    }
+    return *date;
+}
+
+void requireDigits(const std::string& account, const char* option) {
+    const bool digits = !account.empty() && std::all_of(account.begin(), account.end(), [](char c) {
+        return std::isdigit(static_cast<unsigned char>(c)) != 0;
+    });
+    if (!digits) {
+        throw UsageError{std::string(option) + " must be an account of digits: '" + account + "'"};
+    }
+}
+
+int runReassign(const ReassignOptions& options) {
+    requireDigits(options.from, "--from");
+    requireDigits(options.to, "--to");
+    requireDigits(options.destination, "--dest");
+    if (options.to < options.from) throw UsageError{"--to must not come before --from"};
+    const Date start = isoDate(options.start, "--start");
+    const Date end = isoDate(options.end, "--end");
+    if (end < start) throw UsageError{"--end must not be before --start"};
+
+    CompanyDatabase opened =
+        openCompanyDatabase(options.database, options.company, options.exercise, options.user);
+    EmpresaContext& context = *opened.context;
+    if (options.destination.size() != static_cast<std::size_t>(context.LongitudCuenta())) {
+        throw UsageError{"--dest must be a posting account of " +
+                         std::to_string(context.LongitudCuenta()) + " digits: '" +
+                         options.destination + "'"};
+    }
+    const std::int16_t reconciliation = options.reconciled ? 1 : options.unreconciled ? 2 : 0;
+    std::string selection = " AND Cuenta BETWEEN '" + options.from + "' AND '" + options.to +
+                            "' AND Fecha_Asiento BETWEEN '" + sql::date(start) + "' AND '" +
+                            sql::date(end) + "'";
+    if (reconciliation == 1) selection += " AND Punteo <> 0";
+    if (reconciliation == 2) selection += " AND Punteo = 0";
+    const std::int64_t lines = scalar(
+        opened, "SELECT COUNT(*) FROM Movimientos" + whereCompanyExercise(context) + selection);
+
+    journalLine(opened)->Cambiar_Cuenta(options.from, options.to, options.destination, start, end,
+                                        reconciliation);
+
+    std::cout << "Moved " << plural(lines, "line") << " of accounts " << options.from << " to "
+              << options.to << " dated " << start.toIso() << " to " << end.toIso()
+              << (reconciliation == 1   ? " (reconciled only)"
+                  : reconciliation == 2 ? " (unreconciled only)"
+                                        : "")
+              << " to account " << options.destination << ", with their balances.\n";
+    return kExitOk;
+}
+
+}  // namespace
+
+Command addAnnulCommand(CLI::App& app) {
+    auto options = std::make_shared<AnnulOptions>();
+    CLI::App* command = app.add_subcommand(
+        "annul",
+        "Annul a posted entry: its lines, secondary lines and tax books are backed up\n"
+        "(BakAnulado_* tables) and removed, and its amounts taken out of the balances. The\n"
+        "header is deleted and its number given back when it was the last number given;\n"
+        "otherwise it stays, empty and marked annulled.");
+    command->add_option("DB", options->database, "Company database file")->required();
+    command->add_option("ENTRY", options->entry, "Number of the entry to annul")->required();
+    command
+        ->add_option("--user", options->user,
+                     "User who annuls (default: the user recorded on the header)")
+        ->check(CLI::Range(0, 32767));
+    addCompanyExerciseOptions(command, options->company, options->exercise);
+    return {command, [options] { return runAnnul(*options); }};
+}
+
+Command addRenumberCommand(CLI::App& app) {
+    auto options = std::make_shared<RenumberOptions>();
+    CLI::App* command = app.add_subcommand(
+        "renumber",
+        "Move every line of entry OLD to the existing entry NEW, which gives them its date:\n"
+        "balances move to the new date's period; secondary lines, payment forecasts and,\n"
+        "when the company keeps the IGIC book (tax kind 1), its records follow.");
+    command->add_option("DB", options->database, "Company database file")->required();
+    command->add_option("OLD", options->from, "Entry whose lines move")->required();
+    command->add_option("NEW", options->to, "Entry that receives them (its header must exist)")
+        ->required();
+    command->add_option("--user", options->user, "User code of the operation")
+        ->check(CLI::Range(0, 32767))
+        ->capture_default_str();
+    addCompanyExerciseOptions(command, options->company, options->exercise);
+    return {command, [options] { return runRenumber(*options); }};
+}
+
+Command addReassignCommand(CLI::App& app) {
+    auto options = std::make_shared<ReassignOptions>();
+    CLI::App* command = app.add_subcommand(
+        "reassign",
+        "Move the lines of the accounts --from..--to whose entries are dated --start..--end\n"
+        "to account --dest, with their balances, IGIC book records (tax kind 1), secondary\n"
+        "lines and tax counterparts.");
+    command->add_option("DB", options->database, "Company database file")->required();
+    command->add_option("--from", options->from, "First account of the range")->required();
+    command->add_option("--to", options->to, "Last account of the range")->required();
+    command->add_option("--dest", options->destination, "Destination (posting) account")
+        ->required();
+    command->add_option("--start", options->start, "First entry date, YYYY-MM-DD")->required();
+    command->add_option("--end", options->end, "Last entry date, YYYY-MM-DD")->required();
+    CLI::Option* reconciled =
+        command->add_flag("--reconciled", options->reconciled, "Only reconciled lines");
+    CLI::Option* unreconciled =
+        command->add_flag("--unreconciled", options->unreconciled, "Only unreconciled lines");
+    reconciled->excludes(unreconciled);
+    command->add_option("--user", options->user, "User code stamped on the changed lines")
+        ->check(CLI::Range(0, 32767))
+        ->capture_default_str();
+    addCompanyExerciseOptions(command, options->company, options->exercise);
+    return {command, [options] { return runReassign(*options); }};
+}
+
+}  // namespace kvlnmov::cli

@@ -1,0 +1,50 @@
+#pragma once
+
+// Plain text tables for the tool's reports: columns as wide as their widest cell, counted in
+// characters (UTF-8 letters count as one), numbers aligned to the right.
+
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kvlnmov::cli {
+
+/// Characters a UTF-8 text takes on the terminal (one per code point).
+std::size_t displayWidth(std::string_view text);
+/// `text` padded with blanks to `width` characters, on the left when `right`.
+std::string fit(const std::string& text, std::size_t width, bool right);
+
+class TextTable {
+public:
+    /// `right` says, per column, whether its cells align to the right (headers never do).
+    /// `separator` goes between columns; with `rule`, a line of dashes follows the header.
+    TextTable(std::vector<std::string> header, std::vector<bool> right,
+              std::string separator = "  ", bool rule = false);
+
+    void add(std::vector<std::string> row);
+    bool empty() const { return rows_.empty(); }
+    std::size_t size() const { return rows_.size(); }
+    /// The width of every column, for lines a caller aligns under the table.
+    std::vector<std::size_t> widths() const;
+    /// Makes column `column` at least `width` characters wide.
+    void widen(std::size_t column, std::size_t width);
+
+    /// The header, the rule if any, and the rows, each line after `indent`, trailing blanks
+    /// removed.
+    void print(std::ostream& out, const std::string& indent = "") const;
+    /// One line with the table's columns, for totals under it.
+    std::string line(const std::vector<std::string>& cells, bool header = false) const;
+    /// The rule line the table prints under its header.
+    std::string ruleLine() const;
+
+private:
+    std::vector<std::string> header_;
+    std::vector<bool> right_;
+    std::string separator_;
+    bool rule_;
+    std::vector<std::vector<std::string>> rows_;
+    std::vector<std::size_t> minimum_;
+};
+
+}  // namespace kvlnmov::cli
