@@ -172,13 +172,17 @@ struct Translator::Impl {
                 }
                 case ParameterSourceKind::Now:
                     // The local time of this execution, never a cached value.
-                    translation.parameters.push_back(tsql::canonicalDateTime(Date::now()));
+                    translation.parameters.emplace_back(std::in_place_type<std::string>,
+                                                        tsql::canonicalDateTime(Date::now()));
                     break;
                 case ParameterSourceKind::Identity:
+                    // Built in place: copying a temporary variant here trips GCC 12's
+                    // maybe-uninitialized analysis at -O2.
                     if (session.identity) {
-                        translation.parameters.push_back(*session.identity);
+                        translation.parameters.emplace_back(std::in_place_type<std::int64_t>,
+                                                            *session.identity);
                     } else {
-                        translation.parameters.push_back(std::monostate{});
+                        translation.parameters.emplace_back(std::in_place_type<std::monostate>);
                     }
                     break;
             }
