@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "commands.h"
+#include "company_database.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/date.h"
 
@@ -60,16 +61,6 @@ void checkLevels(const std::string& levels) {
         throw UsageError{"--levels must list at least one account length: '" + levels + "'"};
 }
 
-// A text literal for T-SQL: quotes doubled.
-std::string quoted(const std::string& text) {
-    std::string result = "'";
-    for (char c : text) {
-        result += c;
-        if (c == '\'') result += '\'';
-    }
-    return result + "'";
-}
-
 int runInit(const InitOptions& options) {
     const Date from =
         parseDate(options.from.empty() ? std::to_string(options.exercise) + "-01-01" : options.from,
@@ -79,36 +70,17 @@ int runInit(const InitOptions& options) {
     if (to < from) throw UsageError{"--to must not be before --from"};
     checkLevels(options.levels);
 
-    const std::filesystem::path path(options.database);
-    std::error_code error;
-    const bool existed = std::filesystem::exists(path, error);
-    if (existed && (!std::filesystem::is_regular_file(path, error) ||
-                    std::filesystem::file_size(path, error) > 0)) {
-        std::cerr << "kvlnmov init: '" << options.database
-                  << "' already exists and is not empty; give the name of a new file.\n";
-        return kExitFailure;
-    }
-
-    try {
-        const auto connection =
-            db::openConnection("Provider=SQLite;Data Source=" + options.database);
-        connection->createCompanySchema();
-        connection->Execute("INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (" +
-                            std::to_string(options.company) + ", " + quoted(options.name) + ", 0)");
-        connection->Execute(
-            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-            "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
-            std::to_string(options.company) + ", " + std::to_string(options.exercise) + ", 0, '" +
-            from.toIso() + "', '" + to.toIso() + "', " + quoted(options.levels) + ", " +
-            std::to_string(options.numbering) + ", " + std::to_string(options.tax) + ")");
-    } catch (...) {
-        // Leave nothing half made behind: the next attempt would find a non-empty file.
-        if (!existed) {
-            for (const char* suffix : {"", "-wal", "-shm"})
-                std::filesystem::remove(options.database + suffix, error);
-        }
-        throw;
-    }
+    CompanySetup setup;
+    setup.path = options.database;
+    setup.company = options.company;
+    setup.exercise = options.exercise;
+    setup.firstDay = from;
+    setup.lastDay = to;
+    setup.levels = options.levels;
+    setup.numbering = options.numbering;
+    setup.tax = options.tax;
+    setup.name = options.name;
+    createCompanyDatabase(setup);
 
     std::cout << "Created " << options.database << ": company " << options.company << " '"
               << options.name << "', exercise " << options.exercise << " from " << from.toIso()

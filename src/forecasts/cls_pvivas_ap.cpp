@@ -2,6 +2,7 @@
 
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/frame/identity.h"
 #include "kvlnmov/frame/obsolete.h"
 #include "kvlnmov/frame/sql_text.h"
 
@@ -28,11 +29,7 @@ bool clsPVivasAp::Insertar() {
             "', '" + sql::text(documento_) + "'" + ", " + sql::integer(diario_) + ", " +
             sql::integer(dpto_) + ", " + sql::amount(debe_) + ", " + sql::amount(haber_) + ")");
 
-        apunte_ = 0;
-        db::Recordset identity;
-        identity.Open("SELECT ISNULL(@@IDENTITY, 0) AS Id", connectionRef());
-        if (!identity.Eof()) apunte_ = identity.Fields("id").toLong();
-        identity.Close();
+        apunte_ = readIdentity(connectionRef()).value_or(0);
         if (apunte_ == 0) {
             throw Error(errc::kCheck, "PVivasAp::Insertar",
                         "Error. No se ha insertado la partida.");

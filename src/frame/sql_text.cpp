@@ -62,6 +62,12 @@ std::string andAccount(std::string_view account) {
     return " AND Cuenta ='" + std::string(account) + "'";
 }
 
+std::string reconciliationFilter(std::int16_t intPunteo) {
+    if (intPunteo == 1) return " AND Punteo <> 0";
+    if (intPunteo == 2) return " AND Punteo = 0";
+    return {};
+}
+
 Date normalizeDate(Date value) { return value.dateOnly(); }
 
 }  // namespace kvlnmov::sql

@@ -1,6 +1,7 @@
 #include "kvlnmov/masters/cls_mov_aut.h"
 
 #include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/frame/identity.h"
 #include "kvlnmov/frame/obsolete.h"
 #include "kvlnmov/frame/sql_text.h"
 
@@ -21,10 +22,7 @@ bool clsMovAut::Insertar() {
             "'" + ", " + sql::integer(diario_) + ", " + sql::integer(dpto_) + ", " +
             sql::amount(importe_) + ", " + sql::flag(tipo_) + ")");
         // `Apunte` keeps what it held when no row comes back.
-        db::Recordset identity;
-        identity.Open("SELECT ISNULL(@@IDENTITY, 0) AS Id", connectionRef());
-        if (!identity.Eof()) apunte_ = identity.Fields("id").toLong();
-        identity.Close();
+        if (auto identity = readIdentity(connectionRef())) apunte_ = *identity;
         if (apunte_ == 0) {
             throw Error(errc::kCheck, "clsMovAut::Insertar",
                         "Error. No se ha insertado el apunte automático.");

@@ -42,17 +42,6 @@ void clsLibroIgic::TipoIgIV(std::uint8_t value) {
     table_ = value == 2 ? "Iva" : "Igic";
 }
 
-namespace {
-
-/// " AND Punteo <> 0" for reconciled lines (1), " AND Punteo = 0" for unreconciled (2).
-std::string reconciliationFilter(std::int16_t intPunteo) {
-    if (intPunteo == 1) return " AND Punteo <> 0";
-    if (intPunteo == 2) return " AND Punteo = 0";
-    return {};
-}
-
-}  // namespace
-
 bool clsLibroIgic::Insertar() {
     return plainHandler("Libro" + table() + "::Insertar", [&] {
         std::string source = "clsLibro" + table() + "::Insertar";
@@ -181,7 +170,7 @@ bool clsLibroIgic::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF
                              range + " AND Apunte IN (SELECT Apunte FROM Movimientos" + where +
                              range + " AND (Fecha_Asiento BETWEEN '" + sql::date(dteFechaI) +
                              "' AND '" + sql::date(dteFechaF) + "')" +
-                             reconciliationFilter(intPunteo) + ")");
+                             sql::reconciliationFilter(intPunteo) + ")");
         return true;
     });
 }

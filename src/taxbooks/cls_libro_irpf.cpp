@@ -8,17 +8,6 @@
 
 namespace kvlnmov {
 
-namespace {
-
-/// " AND Punteo <> 0" for reconciled lines (1), " AND Punteo = 0" for unreconciled (2).
-std::string reconciliationFilter(std::int16_t intPunteo) {
-    if (intPunteo == 1) return " AND Punteo <> 0";
-    if (intPunteo == 2) return " AND Punteo = 0";
-    return {};
-}
-
-}  // namespace
-
 void clsLibroIrpf::Fecha(Date value) { fecha_ = sql::normalizeDate(value); }
 
 void clsLibroIrpf::check(const std::string& source) {
@@ -110,7 +99,7 @@ bool clsLibroIrpf::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF
                              range + " AND Apunte IN (SELECT Apunte FROM Movimientos" + where +
                              range + " AND (Fecha_Asiento BETWEEN '" + sql::date(dteFechaI) +
                              "' AND '" + sql::date(dteFechaF) + "')" +
-                             reconciliationFilter(intPunteo) + ")");
+                             sql::reconciliationFilter(intPunteo) + ")");
         return true;
     });
 }

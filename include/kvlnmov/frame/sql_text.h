@@ -48,6 +48,10 @@ std::string whereCompanyExercise(cEmpresa& context);
 /// " AND Cuenta ='" account "'".
 std::string andAccount(std::string_view account);
 
+/// The reconciliation filter of the account reassignments: " AND Punteo <> 0" for reconciled
+/// lines (1), " AND Punteo = 0" for unreconciled ones (2), nothing for any other value.
+std::string reconciliationFilter(std::int16_t intPunteo);
+
 /// A date property's value as the library keeps it: formatted as "dd/mm/yyyy" and read
 /// back, so any time of day is dropped.
 Date normalizeDate(Date value);

@@ -6,6 +6,7 @@
 
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/frame/identity.h"
 #include "kvlnmov/frame/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
@@ -81,11 +82,8 @@ bool clsAsiento::Eliminar() {
                 ", Exportar, Importar "
                 " FROM Asientos WHERE Cod_Empresa = " +
                 c + " AND Cod_Ejercicio = " + e + " AND Codigo = " + n);
-            std::int32_t backup = handler.statement([&] {
-                db::Recordset identity;
-                identity.Open("SELECT ISNULL(@@IDENTITY, 0) AS Id", connectionRef());
-                return identity.Eof() ? 0 : identity.Fields("id").toLong();
-            });
+            std::int32_t backup =
+                handler.statement([&] { return readIdentity(connectionRef()).value_or(0); });
             if (backup == 0) {
                 handler.raise(errc::kCheck, "clsAsiento::Eliminar",
                               "Error. No se ha eliminado el asiento.");

@@ -4,6 +4,7 @@
 #include "kvlnmov/frame/handlers.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/frame/sql_text.h"
+#include "journal/open_exercise.h"
 
 namespace kvlnmov {
 
@@ -40,17 +41,8 @@ bool clsAsiento::Insertar() {
         std::string exercise = sql::integer(context.Cod_Ejercicio());
         std::string where = sql::whereCompanyExercise(context);
 
-        bool open = handler.statement([&] {
-            db::Recordset row;
-            row.Open("SELECT Estado FROM Empresas_Ejercicios" + where, connectionRef());
-            bool isOpen = false;
-            if (!row.Eof()) {
-                const Variant& estado = row.Fields("Estado");
-                isOpen = !estado.isNull() && !estado.toBoolean();
-            }
-            row.Close();
-            return isOpen;
-        });
+        bool open =
+            handler.statement([&] { return journal::isExerciseOpen(connectionRef(), context); });
         if (!open) {
             handler.raise(errc::kCheck, "Asientos::Insertar",
                           "Empresa: " + company + " No existe el ejercicio " + exercise +

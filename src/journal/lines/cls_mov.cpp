@@ -3,6 +3,7 @@
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/obsolete.h"
 #include "kvlnmov/frame/sql_text.h"
+#include "journal/open_exercise.h"
 
 namespace kvlnmov {
 
@@ -35,19 +36,8 @@ std::string clsMov::keyClause() const {
 void clsMov::checkOpenExercise(RetryHandler& handler) {
     std::int16_t exercise = empresa().Cod_Ejercicio();
     if (exercise != checkedExercise_ && asiento_ != checkedEntry_) {
-        bool open = handler.statement([&] {
-            db::Recordset row;
-            row.Open("SELECT Estado FROM Empresas_Ejercicios" + sql::whereCompanyExercise(empresa()),
-                     connectionRef());
-            bool isOpen = false;
-            if (!row.Eof()) {
-                const Variant& estado = row.Fields("Estado");
-                // A Null state is not "not closed": the exercise counts as closed.
-                isOpen = !estado.isNull() && !estado.toBoolean();
-            }
-            row.Close();
-            return isOpen;
-        });
+        bool open =
+            handler.statement([&] { return journal::isExerciseOpen(connectionRef(), empresa()); });
         if (!open) {
             throw Error(errc::kCheck, "clsMov::Insertar",
                         "Bloqueado. Intento de modificación de un ejercicio cerrado.");

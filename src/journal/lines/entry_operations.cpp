@@ -21,14 +21,6 @@ std::shared_ptr<clsAsiento> loadEntry(const cEmpresaRef& context, std::int32_t n
     return entry;
 }
 
-/// " AND Punteo <> 0" for reconciled lines (1), " AND Punteo = 0" for unreconciled ones (2),
-/// nothing otherwise.
-std::string reconciliationFilter(std::int16_t intPunteo) {
-    if (intPunteo == 1) return " AND Punteo <> 0";
-    if (intPunteo == 2) return " AND Punteo = 0";
-    return {};
-}
-
 }  // namespace
 
 bool clsMov::Duplicar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
@@ -131,7 +123,7 @@ bool clsMov::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF,
             throw Error(errc::kCheck, "clsMov::Cambiar_Cuenta",
                         "Fecha final fuera de ejercicio contable");
         }
-        std::string p = reconciliationFilter(intPunteo);
+        std::string p = sql::reconciliationFilter(intPunteo);
         std::string where = sql::whereCompanyExercise(context);
         std::string selection = rangeCondition(strCuentaI, strCuentaF, dteFechaI, dteFechaF, p);
 
