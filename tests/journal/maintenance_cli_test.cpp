@@ -1,23 +1,16 @@
 // The annul, renumber and reassign commands of the kvlnmov tool, run as a user runs them on a
 // company database posted through the library.
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-
-#include <fstream>
 #include <sstream>
 
 #include "journal/maintenance_fixture.h"
+#include "support/run_tool.h"
 
 namespace kvlnmov::testing {
 namespace {
 
-struct CommandRun {
-    int exitCode = -1;
-    std::string out;
-    std::string err;
-};
+using CommandRun = ToolRun;
+
 
 class MaintenanceCommandTest : public MaintenanceTest {
   protected:
@@ -32,32 +25,9 @@ class MaintenanceCommandTest : public MaintenanceTest {
     /// Runs `kvlnmov COMMAND DB ARGUMENTS...` with the test's database as DB (no shell: every
     /// argument reaches the tool as written).
     CommandRun kvlnmov(const std::string& command, std::vector<std::string> arguments) {
-        const std::string out = path() + ".out";
-        const std::string err = path() + ".err";
-        arguments.insert(arguments.begin(), {KVLNMOV_CLI, command, path()});
-        std::vector<char*> argv;
-        for (std::string& argument : arguments) argv.push_back(argument.data());
-        argv.push_back(nullptr);
-
-        posix_spawn_file_actions_t files;
-        posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                         0600);
-        posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                         0600);
-        pid_t child = 0;
-        CommandRun run;
-        const int spawned = posix_spawn(&child, KVLNMOV_CLI, &files, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&files);
-        if (spawned != 0) {
-            ADD_FAILURE() << "cannot start " << KVLNMOV_CLI;
-            return run;
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        run.out = contents(out);
-        run.err = contents(err);
+        arguments.insert(arguments.begin(), {command, path()});
+        CommandRun run = runTool(KVLNMOV_CLI, std::move(arguments), path());
+        if (run.exitCode == -1) ADD_FAILURE() << "cannot start " << KVLNMOV_CLI;
         return run;
     }
 
@@ -67,13 +37,6 @@ class MaintenanceCommandTest : public MaintenanceTest {
         std::vector<std::string> split;
         for (std::string word; words >> word;) split.push_back(word);
         return kvlnmov(command, std::move(split));
-    }
-
-    static std::string contents(const std::string& file) {
-        std::ifstream input(file);
-        std::stringstream text;
-        text << input.rdbuf();
-        return text.str();
     }
 
     std::int32_t march3 = 0;

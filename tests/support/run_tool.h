@@ -1,0 +1,58 @@
+#pragma once
+
+// Runs the kvlnmov tool as a separate process, as a user runs it: no shell, every argument
+// reaches the tool as written, standard output and error captured.
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace kvlnmov::testing {
+
+struct ToolRun {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+inline std::string fileContents(const std::string& file) {
+    std::ifstream input(file);
+    std::stringstream text;
+    text << input.rdbuf();
+    return text.str();
+}
+
+/// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err.
+inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
+                       const std::string& capturePrefix) {
+    const std::string out = capturePrefix + ".out";
+    const std::string err = capturePrefix + ".err";
+    arguments.insert(arguments.begin(), tool);
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
+
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    pid_t child = 0;
+    ToolRun run;
+    const int spawned = posix_spawn(&child, tool.c_str(), &files, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    if (spawned != 0) return run;
+    int status = 0;
+    waitpid(child, &status, 0);
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    run.out = fileContents(out);
+    run.err = fileContents(err);
+    return run;
+}
+
+}  // namespace kvlnmov::testing
