@@ -24,8 +24,11 @@ struct Command {
     std::function<int()> run;
 };
 
-/// `kvlnmov init DB ...`: creates a company database.
+/// `kvlnmov init DB ...` or `kvlnmov init --connection STRING ...`: creates a company
+/// database.
 Command addInitCommand(CLI::App& app);
+/// `kvlnmov schema --dialect tsql|sqlite`: prints the company database's creation script.
+Command addSchemaCommand(CLI::App& app);
 /// `kvlnmov sql DB [STATEMENT]`: runs T-SQL statements on a database.
 Command addSqlCommand(CLI::App& app);
 /// `kvlnmov run FILES...`: runs scenario files.

@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/library.h"
+#include "kvlnmov/frame/sql_text.h"
 
 namespace kvlnmov::cli {
 
@@ -20,9 +21,29 @@ std::string quoted(const std::string& text) {
     return result + "'";
 }
 
+// The schema, the company and its open exercise. Dates are written in the regional short
+// form, as the library writes them, which every provider reads (SQL Server under the session's
+// DATEFORMAT).
+void fillCompanyDatabase(db::Connection& connection, const CompanySetup& setup) {
+    connection.createCompanySchema();
+    connection.Execute("INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (" +
+                       std::to_string(setup.company) + ", " + quoted(setup.name) + ", 0)");
+    connection.Execute(
+        "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
+        "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
+        std::to_string(setup.company) + ", " + std::to_string(setup.exercise) + ", 0, '" +
+        sql::date(setup.firstDay) + "', '" + sql::date(setup.lastDay) + "', " +
+        quoted(setup.levels) + ", " + std::to_string(setup.numbering) + ", " +
+        std::to_string(setup.tax) + ")");
+}
+
 }  // namespace
 
 void createCompanyDatabase(const CompanySetup& setup) {
+    if (!setup.connection.empty()) {
+        fillCompanyDatabase(*db::openConnection(setup.connection), setup);
+        return;
+    }
     std::error_code error;
     const bool existed = std::filesystem::exists(setup.path, error);
     if (existed && (!std::filesystem::is_regular_file(setup.path, error) ||
@@ -32,16 +53,7 @@ void createCompanyDatabase(const CompanySetup& setup) {
     }
     try {
         auto connection = db::openConnection("Provider=SQLite;Data Source=" + setup.path);
-        connection->createCompanySchema();
-        connection->Execute("INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (" +
-                            std::to_string(setup.company) + ", " + quoted(setup.name) + ", 0)");
-        connection->Execute(
-            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-            "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
-            std::to_string(setup.company) + ", " + std::to_string(setup.exercise) + ", 0, '" +
-            setup.firstDay.toIso() + "', '" + setup.lastDay.toIso() + "', " +
-            quoted(setup.levels) + ", " + std::to_string(setup.numbering) + ", " +
-            std::to_string(setup.tax) + ")");
+        fillCompanyDatabase(*connection, setup);
     } catch (...) {
         // Leave nothing half made behind: the next attempt would find a non-empty file.
         if (!existed) {
@@ -64,8 +76,9 @@ CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> 
         if (!company) company = onlyCompany;
         if (!exercise) exercise = onlyExercise;
     }
-    opened.context = std::make_shared<EmpresaContext>(
-        opened.connection, static_cast<std::int16_t>(*company), static_cast<std::int16_t>(*exercise));
+    opened.context =
+        std::make_shared<EmpresaContext>(opened.connection, static_cast<std::int16_t>(*company),
+                                         static_cast<std::int16_t>(*exercise));
     opened.context->setValor("UsuarioActual", Variant(std::to_string(user)));
     replaceConnection(opened.connection);
     return opened;

@@ -16,6 +16,9 @@ namespace kvlnmov::cli {
 /// What a new company database starts with.
 struct CompanySetup {
     std::string path;
+    /// A connection string (an ODBC one for SQL Server); when given, it is used instead of
+    /// `path` and the database it names must be empty.
+    std::string connection;
     int company = 1;
     int exercise = 2026;
     Date firstDay = Date::ymd(2026, 1, 1);
@@ -27,7 +30,8 @@ struct CompanySetup {
 };
 
 /// Creates the database file `setup.path` (which must not exist or be empty), its schema,
-/// the company row and one open exercise. A failure removes the file again.
+/// the company row and one open exercise. A failure removes the file again. With
+/// `setup.connection` the schema and rows are created in the empty database it names.
 void createCompanyDatabase(const CompanySetup& setup);
 
 struct CompanyDatabase {

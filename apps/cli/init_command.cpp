@@ -17,6 +17,7 @@ namespace {
 
 struct InitOptions {
     std::string database;
+    std::string connection;
     int company = 1;
     int exercise = 2026;
     std::string from;
@@ -70,8 +71,12 @@ int runInit(const InitOptions& options) {
     if (to < from) throw UsageError{"--to must not be before --from"};
     checkLevels(options.levels);
 
+    if (options.database.empty() == options.connection.empty())
+        throw UsageError{"give a database file or --connection, one of the two"};
+
     CompanySetup setup;
     setup.path = options.database;
+    setup.connection = options.connection;
     setup.company = options.company;
     setup.exercise = options.exercise;
     setup.firstDay = from;
@@ -82,11 +87,13 @@ int runInit(const InitOptions& options) {
     setup.name = options.name;
     createCompanyDatabase(setup);
 
-    std::cout << "Created " << options.database << ": company " << options.company << " '"
-              << options.name << "', exercise " << options.exercise << " from " << from.toIso()
-              << " to " << to.toIso() << " (open), account levels " << options.levels
-              << ", numbering scheme " << options.numbering << ", tax kind " << options.tax
-              << ".\n";
+    // A connection string may hold a password: it is not repeated.
+    std::cout << "Created "
+              << (options.connection.empty() ? options.database : "the connection's database")
+              << ": company " << options.company << " '" << options.name << "', exercise "
+              << options.exercise << " from " << from.toIso() << " to " << to.toIso()
+              << " (open), account levels " << options.levels << ", numbering scheme "
+              << options.numbering << ", tax kind " << options.tax << ".\n";
     return kExitOk;
 }
 
@@ -97,8 +104,13 @@ Command addInitCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "init",
         "Create a company database: the schema, one company and one open exercise.\n"
-        "Refuses a file that exists and is not empty.");
-    command->add_option("DB", options->database, "Database file to create")->required();
+        "Refuses a file that exists and is not empty. With --connection the database is an\n"
+        "empty one the connection string names (SQL Server through ODBC).");
+    command->add_option("DB", options->database, "Database file to create (SQLite)");
+    command->add_option("--connection", options->connection,
+                        "Connection string of an empty database instead of a file, as "
+                        "\"DSN=Libros;UID=...;PWD=...\" or \"Driver={ODBC Driver 18 for SQL "
+                        "Server};Server=...;Database=...;UID=...;PWD=...\"");
     command->add_option("--company", options->company, "Company code")
         ->check(CLI::Range(1, 32767))
         ->capture_default_str();

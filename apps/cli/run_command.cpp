@@ -8,21 +8,48 @@
 
 #include "commands.h"
 #include "scenario/scenario_runner.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::cli {
 
+namespace {
+
+struct RunOptions {
+    std::vector<std::string> paths;
+    std::string provider;
+};
+
+int runScenarios(const RunOptions& options) {
+    using kvlnmov::testing::TestProvider;
+    // The scenarios' databases come from the same place as the test suites' ones.
+    TestProvider provider = kvlnmov::testing::testProvider();
+    if (options.provider == "sqlite") provider = TestProvider::Sqlite;
+    if (options.provider == "odbc") provider = TestProvider::Odbc;
+    if (options.provider == "mssql") provider = TestProvider::SqlServer;
+    std::vector<std::filesystem::path> files(options.paths.begin(), options.paths.end());
+    return scenario::runAll(files, std::cout, std::cerr,
+                            [provider] { return kvlnmov::testing::openFreshDatabase(provider); });
+}
+
+}  // namespace
+
 Command addRunCommand(CLI::App& app) {
-    auto paths = std::make_shared<std::vector<std::string>>();
+    auto options = std::make_shared<RunOptions>();
     CLI::App* command = app.add_subcommand(
         "run",
-        "Run scenario files (a folder runs every *.json in it). Prints one line per scenario "
-        "and 'N passed, N failed'; exits 1 when a scenario failed, 2 when a file could not be "
-        "read or parsed.");
-    command->add_option("files", *paths, "Scenario files or folders")->required();
-    return {command, [paths] {
-                std::vector<std::filesystem::path> files(paths->begin(), paths->end());
-                return scenario::runAll(files, std::cout, std::cerr);
-            }};
+        "Run scenario files (a folder runs every *.json in it), each on a fresh database. "
+        "Prints one line per scenario and 'N passed, N failed'; exits 1 when a scenario "
+        "failed, 2 when a file could not be read or parsed.");
+    command->add_option("files", options->paths, "Scenario files or folders")->required();
+    command
+        ->add_option("--provider", options->provider,
+                     "Where each scenario's database lives: sqlite (in memory, the default), "
+                     "odbc (a temporary file through the SQLite ODBC driver, named by "
+                     "KVLNMOV_TEST_ODBC_DRIVER, default SQLite3), mssql (a scratch database "
+                     "on the SQL Server named by the ODBC connection string in "
+                     "KVLNMOV_TEST_MSSQL). Default: KVLNMOV_TEST_PROVIDER, else sqlite")
+        ->check(CLI::IsMember({"sqlite", "odbc", "mssql"}));
+    return {command, [options] { return runScenarios(*options); }};
 }
 
 }  // namespace kvlnmov::cli

@@ -5,6 +5,9 @@
 #include <charconv>
 
 #include "db/sqlite/sqlite_provider.h"
+#ifdef KVLNMOV_WITH_ODBC
+#include "db/odbc/odbc_provider.h"
+#endif
 
 namespace kvlnmov::db {
 
@@ -50,10 +53,18 @@ std::string connectionStringValue(std::string_view connectionString, std::string
 
 ConnectionRef openConnection(std::string_view connectionString) {
     const std::string provider = connectionStringValue(connectionString, "Provider");
+    // No provider, or the ODBC one, means an ODBC connection string ("DSN=...",
+    // "Driver=...;Server=...").
+    if (provider.empty() || equalsNoCase(provider, "MSDASQL")) {
+#ifdef KVLNMOV_WITH_ODBC
+        return odbc::openOdbcConnection(std::string(connectionString));
+#else
+        throw openError("This build has no ODBC provider: only Provider=SQLite connects.");
+#endif
+    }
     if (!equalsNoCase(provider, "SQLite")) {
-        throw openError(provider.empty() ? "The connection string names no Provider."
-                                         : "Provider cannot be found: '" + provider +
-                                               "'. Known providers: SQLite.");
+        throw openError("Provider cannot be found: '" + provider +
+                        "'. Known providers: SQLite, MSDASQL (ODBC).");
     }
     const std::string path = connectionStringValue(connectionString, "Data Source");
     if (path.empty()) throw openError("The connection string names no Data Source.");

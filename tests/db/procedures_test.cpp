@@ -167,8 +167,8 @@ TEST_F(ProceduresTest, BadCallsRaiseServerErrors) {
 }
 
 // Takes `count` line numbers on its own connection.
-std::vector<std::int32_t> takeLineNumbers(const std::string& path, int count) {
-    const ConnectionRef connection = openConnection("Provider=SQLite;Data Source=" + path);
+std::vector<std::int32_t> takeLineNumbers(const std::string& connectionString, int count) {
+    const ConnectionRef connection = openConnection(connectionString);
     std::vector<std::int32_t> numbers;
     for (int i = 0; i < count; ++i) numbers.push_back(nextLineNumber(connection, 1, 2026));
     return numbers;
@@ -185,8 +185,8 @@ void expectDistinct(const std::vector<std::int32_t>& numbers, std::size_t count)
 TEST_F(ProceduresTest, TwoThreadsWithTheirOwnConnectionsGetDistinctLineNumbers) {
     std::vector<std::int32_t> first;
     std::vector<std::int32_t> second;
-    std::thread a([&] { first = takeLineNumbers(path(), 1000); });
-    std::thread b([&] { second = takeLineNumbers(path(), 1000); });
+    std::thread a([&] { first = takeLineNumbers(connectionString(), 1000); });
+    std::thread b([&] { second = takeLineNumbers(connectionString(), 1000); });
     a.join();
     b.join();
     first.insert(first.end(), second.begin(), second.end());
@@ -194,7 +194,7 @@ TEST_F(ProceduresTest, TwoThreadsWithTheirOwnConnectionsGetDistinctLineNumbers) 
 }
 
 TEST_F(ProceduresTest, TwoProcessesGetDistinctLineNumbers) {
-    const std::string childOutput = path() + ".child";
+    const std::string childOutput = folder() + "/child.txt";
     db.reset();  // no connection may cross the fork
     const pid_t child = fork();
     ASSERT_NE(child, -1);
@@ -202,13 +202,14 @@ TEST_F(ProceduresTest, TwoProcessesGetDistinctLineNumbers) {
         int status = 0;
         try {
             std::ofstream out(childOutput);
-            for (std::int32_t number : takeLineNumbers(path(), 1000)) out << number << "\n";
+            for (std::int32_t number : takeLineNumbers(connectionString(), 1000))
+                out << number << "\n";
         } catch (...) {
             status = 1;
         }
         _exit(status);
     }
-    std::vector<std::int32_t> numbers = takeLineNumbers(path(), 1000);
+    std::vector<std::int32_t> numbers = takeLineNumbers(connectionString(), 1000);
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status));

@@ -1,23 +1,24 @@
 #pragma once
 
-// A fresh company database in a temporary folder, opened through the SQLite provider, and
-// helpers to read rows and to check raised errors.
+// A fresh company database, opened through the provider the test run chose
+// (support/test_connection.h), and helpers to read rows and to check raised errors.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "kvlnmov/db/command.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::db::testing {
 
-inline constexpr const char* kProvider = "kvlnmov SQLite provider";
+/// The source of the errors of the provider under test.
+inline const std::string kProvider = kvlnmov::testing::testProviderName();
 
 using Rows = std::vector<std::vector<Variant>>;
 
@@ -108,34 +109,30 @@ inline std::int32_t nextLineNumber(const ConnectionRef& connection, int company,
 class ProviderTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "kvlnmov-db-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder_ = pattern;
-        path_ = (folder_ / "company.db").string();
-        db = openConnection("Provider=SQLite;Data Source=" + path_);
+        database_ = std::make_unique<kvlnmov::testing::TestDatabase>();
+        db = database_->connect();
         db->createCompanySchema();
     }
 
     void TearDown() override {
         db.reset();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
+        database_.reset();
     }
 
-    /// Another connection on the same file.
+    /// Another connection to the same database.
     ConnectionRef another(int busyTimeoutMs = 5000) const {
-        return openConnection("Provider=SQLite;Data Source=" + path_ +
-                              ";Busy Timeout=" + std::to_string(busyTimeoutMs));
+        return database_->connect(busyTimeoutMs);
     }
 
-    const std::string& path() const { return path_; }
+    /// The connection string of the test's database.
+    std::string connectionString() const { return database_->connectionString(); }
+    /// A private folder for the test's other files.
+    std::string folder() const { return database_->folder().string(); }
 
     ConnectionRef db;
 
   private:
-    std::filesystem::path folder_;
-    std::string path_;
+    std::unique_ptr<kvlnmov::testing::TestDatabase> database_;
 };
 
 }  // namespace kvlnmov::db::testing

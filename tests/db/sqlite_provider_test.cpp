@@ -8,6 +8,9 @@
 namespace kvlnmov::db::testing {
 namespace {
 
+/// The embedded provider's name, for connections opened by their own connection string.
+constexpr const char* kSqliteProvider = "kvlnmov SQLite provider";
+
 class SqliteProviderTest : public ProviderTest {
   protected:
     void insertConcepts(int count) {
@@ -378,10 +381,10 @@ TEST_F(SqliteProviderTest, OpenRecordsetDoesNotHoldBackCommitsFromOtherConnectio
 }
 
 TEST_F(SqliteProviderTest, SchemaMadeByAnotherConnectionIsSeen) {
-    const std::string emptyPath = path() + ".empty";
-    const ConnectionRef early = openConnection("Provider=SQLite;Data Source=" + emptyPath);
+    const kvlnmov::testing::TestDatabase empty;
+    const ConnectionRef early = empty.connect();
     EXPECT_EQ(errorOf([&] { early->Execute("DELETE FROM Conceptos"); }).number(), -2147217865);
-    openConnection("Provider=SQLite;Data Source=" + emptyPath)->createCompanySchema();
+    empty.connect()->createCompanySchema();
     EXPECT_EQ(early->Execute("DELETE FROM Conceptos"), 0);
 }
 
@@ -404,11 +407,10 @@ TEST(OpenConnection, RefusesWhatItCannotOpen) {
                                    "which SQLite reads first to tell what the file holds....";
     const std::vector<std::pair<std::string, std::string>> cases{
         {"Provider=Other;Data Source=x.db", "ADODB.Connection"},
-        {"Data Source=x.db", "ADODB.Connection"},
         {"Provider=SQLite", "ADODB.Connection"},
         {"Provider=SQLite;Data Source=x.db;Busy Timeout=soon", "ADODB.Connection"},
-        {"Provider=SQLite;Data Source=/nonexistent-folder/x.db", kProvider},
-        {"Provider=SQLite;Data Source=" + notADatabase, kProvider},
+        {"Provider=SQLite;Data Source=/nonexistent-folder/x.db", kSqliteProvider},
+        {"Provider=SQLite;Data Source=" + notADatabase, kSqliteProvider},
     };
     for (const auto& [text, source] : cases) {
         const Error error = errorOf([&] { openConnection(text); });
@@ -423,7 +425,7 @@ TEST(OpenConnection, InMemoryDatabaseIsPrivateToItsConnection) {
     const ConnectionRef first = openConnection("Provider=SQLite;Data Source=:memory:");
     first->createCompanySchema();
     first->Execute("INSERT INTO Conceptos (Codigo) VALUES ('M')");
-    EXPECT_EQ(first->providerName(), kProvider);
+    EXPECT_EQ(first->providerName(), kSqliteProvider);
     const ConnectionRef second = openConnection("Provider=SQLite;Data Source=:memory:");
     EXPECT_EQ(errorOf([&] { second->Execute("DELETE FROM Conceptos"); }).number(), -2147217865);
 }

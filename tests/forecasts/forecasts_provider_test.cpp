@@ -13,6 +13,7 @@
 #include "kvlnmov/forecasts/cls_prev_cobros.h"
 #include "kvlnmov/forecasts/cls_prev_pagos.h"
 #include "kvlnmov/forecasts/cls_pvivas_ap.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::testing {
 namespace {
@@ -138,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
 // later change of exercise neither moves it nor hides it from its number.
 TEST(CollectionExercise, TakenFromTheContextAtInsertion) {
     resetLibrary();
-    auto connection = db::openConnection("Provider=SQLite;Data Source=:memory:");
+    auto connection = kvlnmov::testing::openFreshDatabase();
     connection->createCompanySchema();
     auto context = std::make_shared<SettableContext>();
     context->company = 4;

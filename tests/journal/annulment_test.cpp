@@ -318,19 +318,19 @@ TEST_F(AnnulmentTest, ANumberTakenMeanwhileKeepsTheHeaderMarkedInsteadOfDeleted)
     // Another workstation takes number 2 between the annulment's reading of the counter and
     // its step back.
     struct OtherWorkstation : db::StatementObserver {
-        std::string path;
+        std::string connectionString;
         bool done = false;
         void statementSent(std::string_view text) override {
             if (done || !text.starts_with("UPDATE Contador_Asientos SET cAsiento")) return;
             done = true;
-            auto other = db::openConnection("Provider=SQLite;Data Source=" + path);
+            auto other = db::openConnection(connectionString);
             other->Execute(
                 "UPDATE Contador_Asientos SET cAsiento = 2 WHERE Cod_Empresa = 1 AND "
                 "Cod_Ejercicio = 2026");
         }
     };
     auto other = std::make_shared<OtherWorkstation>();
-    other->path = path();
+    other->connectionString = connectionString();
     db->addObserver(other);
 
     annul(entry, march);

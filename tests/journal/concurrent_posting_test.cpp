@@ -13,6 +13,7 @@
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::testing {
 namespace {
@@ -22,22 +23,14 @@ const std::vector<std::string> kAccounts{"43000001", "70000001"};
 class ConcurrentPostingTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/kvlnmov-concurrent-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder_ = pattern;
-        file_ = folder_ / "empresa.db";
         resetLibrary();
         setUserInterface(std::make_shared<RecordingUserInterface>());
     }
     void TearDown() override {
         resetLibrary();
-        std::filesystem::remove_all(folder_);
     }
 
-    db::ConnectionRef open() {
-        return db::openConnection("Provider=SQLite;Data Source=" + file_.string() +
-                                  ";Busy Timeout=10000");
-    }
+    db::ConnectionRef open() { return database_.connect(10000); }
 
     /// Posts one entry of `lines` lines, alternating debits and credits on the two accounts.
     static void post(const db::ConnectionRef& connection, const cEmpresaRef& context, int lines,
@@ -63,8 +56,7 @@ protected:
         }
     }
 
-    std::filesystem::path folder_;
-    std::filesystem::path file_;
+    TestDatabase database_;
 };
 
 TEST_F(ConcurrentPostingTest, TwoProcessesLoseNoAmountAndShareNoLineNumber) {

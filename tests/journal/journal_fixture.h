@@ -12,6 +12,7 @@
 #include "kvlnmov/frame/context.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/frame/regional.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::testing {
 
@@ -49,7 +50,7 @@ protected:
         ui_ = std::make_shared<RecordingUserInterface>();
         setUserInterface(ui_);
         context_ = exerciseContext();
-        connection_ = db::openConnection("Provider=SQLite;Data Source=:memory:");
+        connection_ = openFreshDatabase();
         createCompany(*connection_, *context_);
     }
     void TearDown() override { resetLibrary(); }

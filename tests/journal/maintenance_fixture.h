@@ -21,6 +21,7 @@
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::testing {
 
@@ -42,12 +43,9 @@ class MaintenanceTest : public ::testing::Test {
         ui = std::make_shared<RecordingUserInterface>();
         setUserInterface(ui);
 
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "kvlnmov-journal-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder_ = pattern;
-        path_ = (folder_ / "company.db").string();
-        db = db::openConnection("Provider=SQLite;Data Source=" + path_);
+        database_ = std::make_unique<TestDatabase>();
+        path_ = database_->file();
+        db = database_->connect();
         db->createCompanySchema();
         db->Execute("INSERT INTO Empresas (Codigo, Nombre) VALUES (1, 'Empresa')");
         db->Execute(
@@ -66,8 +64,7 @@ class MaintenanceTest : public ::testing::Test {
     void TearDown() override {
         resetLibrary();
         db.reset();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
+        database_.reset();
     }
 
     /// A new object of class T bound to the test's connection and context.
@@ -140,13 +137,15 @@ class MaintenanceTest : public ::testing::Test {
     }
 
     const std::string& path() const { return path_; }
+    /// The connection string of the test's database, for another connection to it.
+    std::string connectionString() const { return database_->connectionString(); }
 
     db::ConnectionRef db;
     std::shared_ptr<SettableContext> context;
     std::shared_ptr<RecordingUserInterface> ui;
 
   private:
-    std::filesystem::path folder_;
+    std::unique_ptr<TestDatabase> database_;
     std::string path_;
 };
 

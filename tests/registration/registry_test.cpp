@@ -7,6 +7,7 @@
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/registration/registry.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::registration {
 namespace {
@@ -17,7 +18,7 @@ protected:
     void TearDown() override { resetLibrary(); }
 
     static db::ConnectionRef companyDatabase() {
-        auto connection = db::openConnection("Provider=SQLite;Data Source=:memory:");
+        auto connection = kvlnmov::testing::openFreshDatabase();
         connection->createCompanySchema();
         return connection;
     }

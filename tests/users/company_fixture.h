@@ -18,6 +18,7 @@
 #include "kvlnmov/frame/context.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/frame/regional.h"
+#include "support/test_connection.h"
 
 namespace kvlnmov::testing {
 
@@ -48,12 +49,9 @@ class CompanyTest : public ::testing::Test {
         ui = std::make_shared<RecordingUserInterface>();
         setUserInterface(ui);
 
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "kvlnmov-company-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder_ = pattern;
-        path_ = (folder_ / "company.db").string();
-        db = db::openConnection("Provider=SQLite;Data Source=" + path_);
+        database_ = std::make_unique<TestDatabase>();
+        path_ = database_->file();
+        db = database_->connect();
         db->createCompanySchema();
         db->Execute(
             "INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (1, 'Empresa', 0)");
@@ -74,8 +72,7 @@ class CompanyTest : public ::testing::Test {
     void TearDown() override {
         resetLibrary();
         db.reset();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
+        database_.reset();
     }
 
     /// A new object of class T bound to the test's connection and context.
@@ -116,7 +113,7 @@ class CompanyTest : public ::testing::Test {
     std::shared_ptr<StatementLog> log;
 
   private:
-    std::filesystem::path folder_;
+    std::unique_ptr<TestDatabase> database_;
     std::string path_;
 };
 

@@ -254,7 +254,8 @@ std::string quoted(const std::string& text) { return Json(text).dump(); }
 
 class Runner {
   public:
-    Runner(const Json& file, std::string where) : file_(file), where_(std::move(where)) {}
+    Runner(const Json& file, std::string where, DatabaseFactory freshDatabase)
+        : file_(file), where_(std::move(where)), freshDatabase_(std::move(freshDatabase)) {}
 
     void run() {
         setUp();
@@ -296,7 +297,8 @@ class Runner {
         ui_ = std::make_shared<RecordingUserInterface>();
         setUserInterface(ui_);
         context_ = makeContext(file_["context"], where_ + " context");
-        connection_ = db::openConnection("Provider=SQLite;Data Source=:memory:");
+        connection_ = freshDatabase_ ? freshDatabase_()
+                                     : db::openConnection("Provider=SQLite;Data Source=:memory:");
         connection_->createCompanySchema();
         bool open = !file_.contains("exercise_open") || file_["exercise_open"].get<bool>();
         connection_->Execute("INSERT INTO Empresas (Codigo, Nombre) VALUES (" +
@@ -631,6 +633,7 @@ class Runner {
     std::string where_;
     std::shared_ptr<RecordingUserInterface> ui_;
     std::shared_ptr<SettableContext> context_;
+    DatabaseFactory freshDatabase_;
     db::ConnectionRef connection_;
     std::shared_ptr<Recorder> recorder_;
     std::map<std::string, ObjectRef> objects_;
@@ -649,13 +652,13 @@ Json readFile(const std::filesystem::path& file) {
 
 }  // namespace
 
-Outcome runFile(const std::filesystem::path& file) {
+Outcome runFile(const std::filesystem::path& file, const DatabaseFactory& freshDatabase) {
     Json scenario = readFile(file);
     validateFile(scenario, file.string());
     Outcome outcome;
     outcome.name = scenario["name"].get<std::string>();
     try {
-        Runner runner(scenario, file.string());
+        Runner runner(scenario, file.string(), freshDatabase);
         runner.run();
         outcome.passed = true;
     } catch (const CheckFailed& failure) {
@@ -671,7 +674,8 @@ Outcome runFile(const std::filesystem::path& file) {
     return outcome;
 }
 
-int runAll(const std::vector<std::filesystem::path>& paths, std::ostream& out, std::ostream& err) {
+int runAll(const std::vector<std::filesystem::path>& paths, std::ostream& out, std::ostream& err,
+           const DatabaseFactory& freshDatabase) {
     std::vector<std::filesystem::path> files;
     for (const auto& path : paths) {
         if (std::filesystem::is_directory(path)) {
@@ -691,7 +695,7 @@ int runAll(const std::vector<std::filesystem::path>& paths, std::ostream& out, s
     bool unreadable = false;
     for (const auto& file : files) {
         try {
-            Outcome outcome = runFile(file);
+            Outcome outcome = runFile(file, freshDatabase);
             if (outcome.passed) {
                 ++passed;
                 out << "ok  " << outcome.name << "\n";

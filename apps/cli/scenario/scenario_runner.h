@@ -5,12 +5,22 @@
 // statements sent, message boxes, yields, resulting rows).
 
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+namespace kvlnmov::db {
+class Connection;
+}
+
 namespace kvlnmov::scenario {
+
+/// Opens a connection to a fresh, empty database for one scenario. An empty factory opens a
+/// private in-memory database of the embedded provider.
+using DatabaseFactory = std::function<std::shared_ptr<db::Connection>()>;
 
 /// A scenario file that cannot be read or is not a valid scenario (unknown key, missing
 /// member, wrong value kind). The message names the file and, when it applies, the step.
@@ -27,11 +37,13 @@ struct Outcome {
 
 /// Reads and runs one scenario file. Raises FileError before running anything when the file
 /// is not a valid scenario.
-Outcome runFile(const std::filesystem::path& file);
+Outcome runFile(const std::filesystem::path& file, const DatabaseFactory& freshDatabase = {});
 
 /// Runs every file given (a folder stands for every *.json in it, in name order), writes one
 /// line per scenario ("ok  name" or "FAIL name: why") and the summary "N passed, N failed".
 /// Returns 0 when all passed, 1 when one failed, 2 when a file could not be read or parsed.
-int runAll(const std::vector<std::filesystem::path>& paths, std::ostream& out, std::ostream& err);
+/// Each scenario runs on its own database from `freshDatabase`.
+int runAll(const std::vector<std::filesystem::path>& paths, std::ostream& out, std::ostream& err,
+           const DatabaseFactory& freshDatabase = {});
 
 }  // namespace kvlnmov::scenario

@@ -15,6 +15,16 @@ namespace kvlnmov::db {
 ///   for another connection's lock fails with -2147217871 "Query timeout expired". Date texts
 ///   in statements are read in the day/month order of the library-wide regional settings.
 ///   Errors carry the source "kvlnmov SQLite provider".
+/// - Any other connection string without a Provider (or with Provider=MSDASQL) is an ODBC
+///   connection string ("DSN=...", "Driver=...;Server=...;Database=...;UID=...;PWD=...") and
+///   opens the ODBC provider (source "kvlnmov ODBC provider"). Statements go to the driver as
+///   written (T-SQL for SQL Server); the numbering procedures are the database's own. Errors
+///   carry the driver's message and native error, numbered by SQLSTATE as ADO numbers SQL
+///   Server's. On SQL Server the session reads date texts in the day/month order of the
+///   library-wide regional settings (SET DATEFORMAT dmy or mdy). "Dialect=SQLite" (removed
+///   before the string reaches the driver) says the database behind the driver is SQLite:
+///   statements are then translated as the embedded provider translates them, and the
+///   numbering procedures run in the provider.
 /// Raises error -2147467259 with a clear description for an unknown provider or a malformed
 /// connection string (source "ADODB.Connection") and for a database that cannot be opened
 /// (source: the provider's name).

@@ -7,8 +7,8 @@ namespace kvlnmov::db {
 
 /// Data types of result columns and procedure parameters, numbered as ADO numbers them.
 /// A provider types each result column by its SQL Server type: bit -> Boolean,
-/// tinyint -> UnsignedTinyInt, smallint -> SmallInt, int -> Integer, money -> Currency,
-/// float/numeric -> Double, datetime -> Date, char/varchar/text -> VarChar.
+/// tinyint -> UnsignedTinyInt, smallint -> SmallInt, int -> Integer, money/decimal/numeric ->
+/// Currency (exact), float -> Double, datetime -> Date, char/varchar/text -> VarChar.
 enum class DataType : std::int32_t {
     Empty = 0,
     SmallInt = 2,          ///< adSmallInt

@@ -72,4 +72,16 @@ const Table* findTable(std::string_view name);
 /// columns holding whole ten-thousandths and datetime columns holding ISO text.
 std::vector<std::string> sqliteScript();
 
+/// The T-SQL script that creates the company database on SQL Server, as batches to run one
+/// after another: one CREATE TABLE per table (T-SQL types, NULL/NOT NULL, named defaults,
+/// IDENTITY columns, a PRIMARY KEY constraint named PK_<table>), then the numbering procedures
+/// CON_DevAsiento and CON_DevMovApunte, which reserve their numbers atomically in the counter
+/// tables Contador_Asientos and Contador_Apuntes and answer 0 when a day's range is used up.
+std::vector<std::string> tsqlScript();
+
+/// A script as a text file: each statement followed by ";" (SQLite) or by a "GO" line
+/// (T-SQL, where every batch must be sent on its own).
+enum class Dialect { Sqlite, Tsql };
+std::string scriptText(Dialect dialect);
+
 }  // namespace kvlnmov::schema

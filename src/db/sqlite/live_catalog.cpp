@@ -52,21 +52,24 @@ void forEachRow(sqlite3* db, const std::string& sql, RowFunction row) {
 
 }  // namespace
 
-schema::Table describeTable(sqlite3* db, const std::string& name) {
-    schema::Table table{name, {}, {}};
-    std::vector<std::pair<int, std::string>> keyColumns;
+std::string tableInfoSql(const std::string& name) {
     std::string quoted = name;
     for (std::size_t at = 0; (at = quoted.find('"', at)) != std::string::npos; at += 2)
         quoted.insert(at, 1, '"');
-    // Columns: cid, name, type, notnull, dflt_value, pk.
-    forEachRow(db, "PRAGMA table_info(\"" + quoted + "\")", [&](sqlite3_stmt* statement) {
+    return "PRAGMA table_info(\"" + quoted + "\")";
+}
+
+schema::Table describeTable(const std::string& name, const std::vector<TableInfoRow>& rows) {
+    schema::Table table{name, {}, {}};
+    std::vector<std::pair<int, std::string>> keyColumns;
+    for (const TableInfoRow& row : rows) {
         schema::Column column;
-        column.name = columnText(statement, 1);
-        const std::string declared = columnText(statement, 2);
+        column.name = row.name;
+        const std::string& declared = row.declaredType;
         column.type = schema::parseTypeName(declared).value_or(typeByAffinity(declared));
-        column.nullable = sqlite3_column_int(statement, 3) == 0;
-        if (sqlite3_column_type(statement, 4) != SQLITE_NULL) {
-            const std::string defaultText = columnText(statement, 4);
+        column.nullable = !row.notNull;
+        if (row.defaultValue) {
+            const std::string& defaultText = *row.defaultValue;
             if (defaultText == "0") {
                 column.defaultValue = schema::Default::Zero;
             } else if (lower(defaultText).find("'now'") != std::string::npos) {
@@ -75,11 +78,10 @@ schema::Table describeTable(sqlite3* db, const std::string& name) {
                 column.defaultLiteral = defaultText;
             }
         }
-        const int keyPosition = sqlite3_column_int(statement, 5);
-        if (keyPosition > 0) keyColumns.emplace_back(keyPosition, column.name);
-        column.identity = keyPosition > 0 && lower(declared) == "integer";
+        if (row.keyPosition > 0) keyColumns.emplace_back(row.keyPosition, column.name);
+        column.identity = row.keyPosition > 0 && lower(declared) == "integer";
         table.columns.push_back(std::move(column));
-    });
+    }
     std::sort(keyColumns.begin(), keyColumns.end());
     for (auto& [position, column] : keyColumns) table.primaryKey.push_back(column);
     if (table.primaryKey.size() != 1) {
@@ -91,6 +93,21 @@ schema::Table describeTable(sqlite3* db, const std::string& name) {
         }
     }
     return table;
+}
+
+schema::Table describeTable(sqlite3* db, const std::string& name) {
+    std::vector<TableInfoRow> rows;
+    forEachRow(db, tableInfoSql(name), [&](sqlite3_stmt* statement) {
+        TableInfoRow row;
+        row.name = columnText(statement, 1);
+        row.declaredType = columnText(statement, 2);
+        row.notNull = sqlite3_column_int(statement, 3) != 0;
+        if (sqlite3_column_type(statement, 4) != SQLITE_NULL)
+            row.defaultValue = columnText(statement, 4);
+        row.keyPosition = sqlite3_column_int(statement, 5);
+        rows.push_back(std::move(row));
+    });
+    return describeTable(name, rows);
 }
 
 LiveCatalog::~LiveCatalog() { sqlite3_finalize(versionStatement_); }
@@ -113,9 +130,7 @@ void LiveCatalog::reload() {
     const std::int64_t version = schemaVersion();
     std::map<std::string, schema::Table> tables;
     std::vector<std::string> names;
-    forEachRow(db_,
-               "SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite!_%' "
-               "ESCAPE '!'",
+    forEachRow(db_, kTableNamesSql,
                [&](sqlite3_stmt* statement) { names.push_back(columnText(statement, 0)); });
     for (const std::string& name : names) tables.emplace(lower(name), describeTable(db_, name));
     tables_ = std::move(tables);

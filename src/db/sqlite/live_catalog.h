@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "db/sqlite/table_description.h"
 #include "db/sqlite/translate/translator.h"
 #include "kvlnmov/schema/schema.h"
 
@@ -40,9 +41,7 @@ class LiveCatalog : public Catalog {
     std::map<std::string, schema::Table> tables_;
 };
 
-/// A table described by SQLite's PRAGMA table_info: declared types read as SQL Server types
-/// (unknown ones by SQLite's affinity rules), "INTEGER" primary keys as identities, defaults
-/// 0, the current time or a literal.
+/// Table `name` of `db`, described from its PRAGMA table_info rows.
 schema::Table describeTable(sqlite3* db, const std::string& name);
 
 }  // namespace kvlnmov::db::sqlite

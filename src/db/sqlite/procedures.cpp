@@ -1,15 +1,14 @@
-// The company database's stored procedures, written against SQLite. Each takes its numbers
-// with one INSERT ... ON CONFLICT DO UPDATE ... RETURNING statement: SQLite runs it under the
-// database's write lock, so two connections (or processes) can never be given the same number.
+// The company database's stored procedures, written against SQLite. Each takes its number with
+// one INSERT ... ON CONFLICT DO UPDATE statement and reads it back inside the same savepoint:
+// the change takes the database's write lock, held until the savepoint is released, so two
+// connections (or processes) can never be given the same number.
+
+#include "db/sqlite/procedures.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <limits>
-
-#include "db/sqlite/sqlite_connection.h"
-#include "db/sqlite/sqlite_provider.h"
-#include "kvlnmov/db/command.h"
 
 namespace kvlnmov::db::sqlite {
 
@@ -28,8 +27,8 @@ bool equalsNoCase(std::string_view a, std::string_view b) {
 /// The parameters of one procedure call, found by name with or without a leading "@".
 class Arguments {
   public:
-    Arguments(std::string procedure, ParameterList& parameters)
-        : procedure_(std::move(procedure)), parameters_(parameters) {}
+    Arguments(std::string procedure, ParameterList& parameters, std::string source)
+        : procedure_(std::move(procedure)), parameters_(parameters), source_(std::move(source)) {}
 
     /// The whole-number value of input parameter `name`, checked against the SQL type's
     /// range.
@@ -41,12 +40,12 @@ class Arguments {
         try {
             number = value.toDouble();
         } catch (const Error&) {
-            throw Error(errc::kConversion, kProviderName,
+            throw Error(errc::kConversion, source_,
                         std::string("Error converting data type varchar to ") + typeName + ".");
         }
         number = std::nearbyint(number);
         if (!(number >= static_cast<double>(low) && number <= static_cast<double>(high))) {
-            throw Error(errc::kDataOverflow, kProviderName,
+            throw Error(errc::kDataOverflow, source_,
                         std::string("Arithmetic overflow error converting expression to data "
                                     "type ") +
                             typeName + ".");
@@ -71,13 +70,14 @@ class Arguments {
     }
 
     Error missing(const std::string& name) const {
-        return Error(kMissingParameter, kProviderName,
+        return Error(kMissingParameter, source_,
                      "Procedure or function '" + procedure_ + "' expects parameter '@" + name +
                          "', which was not supplied.");
     }
 
     std::string procedure_;
     ParameterList& parameters_;
+    std::string source_;
 };
 
 std::int32_t toLong(std::optional<std::int64_t> value) {
@@ -85,21 +85,48 @@ std::int32_t toLong(std::optional<std::int64_t> value) {
     return static_cast<std::int32_t>(*value);
 }
 
+// Runs `takeNumber` inside a savepoint of its own (nested in the caller's transaction when
+// there is one): the number it reserves and reads back is committed, or undone, as a whole.
+template <class Action>
+std::optional<std::int64_t> inSavepoint(ProcedureHost& host, Action takeNumber) {
+    host.executeNative("SAVEPOINT kvlnmov_numbering", {});
+    std::optional<std::int64_t> number;
+    try {
+        number = takeNumber();
+    } catch (...) {
+        try {
+            host.executeNative("ROLLBACK TO kvlnmov_numbering", {});
+            host.executeNative("RELEASE kvlnmov_numbering", {});
+        } catch (const Error&) {
+            // The first failure is the one to report.
+        }
+        throw;
+    }
+    host.executeNative("RELEASE kvlnmov_numbering", {});
+    return number;
+}
+
 // The next line number of a company and exercise. The counter row keeps the last number
 // given, so a number is never given twice even after its line was deleted; it never falls
 // below the highest line already in Movimientos (a database filled before the counter).
-void nextLineNumber(SqliteConnection& connection, Arguments arguments) {
-    static const std::string kSql =
+void nextLineNumber(ProcedureHost& host, Arguments arguments) {
+    static const std::string kReserve =
         "INSERT INTO Contador_Apuntes (Cod_Empresa, Cod_Ejercicio, cApunte) "
         "VALUES (?1, ?2, (SELECT IFNULL(MAX(Apunte), 0) + 1 FROM Movimientos "
         "WHERE Cod_Empresa = ?1 AND Cod_Ejercicio = ?2)) "
         "ON CONFLICT (Cod_Empresa, Cod_Ejercicio) DO UPDATE "
-        "SET cApunte = MAX(Contador_Apuntes.cApunte + 1, excluded.cApunte) "
-        "RETURNING cApunte";
+        "SET cApunte = MAX(Contador_Apuntes.cApunte + 1, excluded.cApunte)";
+    static const std::string kRead =
+        "SELECT cApunte FROM Contador_Apuntes WHERE Cod_Empresa = ?1 AND Cod_Ejercicio = ?2";
     arguments.setOutput("Apunte", 0);  // before anything runs: the output must be there
     const std::int64_t company = arguments.smallint("Cod_Empresa");
     const std::int64_t exercise = arguments.smallint("Cod_Ejercicio");
-    arguments.setOutput("Apunte", toLong(connection.queryInteger(kSql, {company, exercise})));
+    const std::vector<SqlValue> key{company, exercise};
+    const auto number = inSavepoint(host, [&] {
+        host.executeNative(kReserve, key);
+        return host.queryInteger(kRead, key);
+    });
+    arguments.setOutput("Apunte", toLong(number));
 }
 
 // The next entry number of a company and exercise under numbering scheme 0, 1 or 2.
@@ -111,8 +138,8 @@ void nextLineNumber(SqliteConnection& connection, Arguments arguments) {
 // opening and closing entries. The counter keeps the full number last given. The next number
 // is one above both the counter and the highest ordinary entry already numbered in the range;
 // when the day's range is used up the answer is 0 and nothing changes.
-void nextEntryNumber(SqliteConnection& connection, Arguments arguments) {
-    static const std::string kSql =
+void nextEntryNumber(ProcedureHost& host, Arguments arguments) {
+    static const std::string kReserve =
         "INSERT INTO Contador_Asientos (Cod_Empresa, Cod_Ejercicio, Mes, Dia, cAsiento) "
         "SELECT ?1, ?2, ?3, ?4, Siguiente FROM ("
         "SELECT CASE WHEN Candidato = ?8 THEN Candidato + 1 ELSE Candidato END AS Siguiente "
@@ -123,8 +150,10 @@ void nextEntryNumber(SqliteConnection& connection, Arguments arguments) {
         "AND Codigo BETWEEN ?6 AND ?7 AND Codigo <> ?8), ?5)) + 1 AS Candidato)) "
         "WHERE Siguiente BETWEEN ?6 AND ?7 "
         "ON CONFLICT (Cod_Empresa, Cod_Ejercicio, Mes, Dia) DO UPDATE "
-        "SET cAsiento = excluded.cAsiento "
-        "RETURNING cAsiento";
+        "SET cAsiento = excluded.cAsiento";
+    static const std::string kRead =
+        "SELECT cAsiento FROM Contador_Asientos WHERE Cod_Empresa = ?1 AND Cod_Ejercicio = ?2 "
+        "AND Mes = ?3 AND Dia = ?4";
     arguments.setOutput("Asiento", 0);  // before anything runs: the output must be there
     const std::int64_t company = arguments.smallint("Cod_Empresa");
     const std::int64_t exercise = arguments.smallint("Cod_Ejercicio");
@@ -155,25 +184,29 @@ void nextEntryNumber(SqliteConnection& connection, Arguments arguments) {
             arguments.setOutput("Asiento", 0);
             return;
     }
-    const auto number = connection.queryInteger(
-        kSql, {company, exercise, month, day, base, base + 1, last, skipped});
+    const auto number = inSavepoint(host, [&]() -> std::optional<std::int64_t> {
+        // Nothing changes when the range is used up: then there is no number to read.
+        if (host.executeNative(kReserve,
+                               {company, exercise, month, day, base, base + 1, last, skipped}) == 0)
+            return std::nullopt;
+        return host.queryInteger(kRead, {company, exercise, month, day});
+    });
     arguments.setOutput("Asiento", toLong(number));
 }
 
 }  // namespace
 
-void callStoredProcedure(SqliteConnection& connection, const std::string& name,
-                         ParameterList& parameters) {
+void callStoredProcedure(ProcedureHost& host, const std::string& name, ParameterList& parameters) {
     std::string_view procedure = name;
     if (procedure.size() > 4 && equalsNoCase(procedure.substr(0, 4), "dbo."))
         procedure.remove_prefix(4);
+    const std::string source = host.providerName();
     if (equalsNoCase(procedure, "CON_DevMovApunte")) {
-        nextLineNumber(connection, Arguments("CON_DevMovApunte", parameters));
+        nextLineNumber(host, Arguments("CON_DevMovApunte", parameters, source));
     } else if (equalsNoCase(procedure, "CON_DevAsiento")) {
-        nextEntryNumber(connection, Arguments("CON_DevAsiento", parameters));
+        nextEntryNumber(host, Arguments("CON_DevAsiento", parameters, source));
     } else {
-        throw Error(errc::kSyntax, kProviderName,
-                    "Could not find stored procedure '" + name + "'.");
+        throw Error(errc::kSyntax, source, "Could not find stored procedure '" + name + "'.");
     }
 }
 

@@ -130,10 +130,21 @@ std::optional<std::int64_t> SqliteConnection::queryInteger(
     int resultCode = sqlite3_step(lease.get());
     if (resultCode == SQLITE_ROW && sqlite3_column_type(lease.get(), 0) != SQLITE_NULL)
         result = sqlite3_column_int64(lease.get(), 0);
-    // To the end: a change made with RETURNING is complete (and committed) only there.
     while (resultCode == SQLITE_ROW) resultCode = sqlite3_step(lease.get());
     check(db, resultCode);
     return result;
+}
+
+std::int64_t SqliteConnection::executeNative(const std::string& sql,
+                                             const std::vector<SqlValue>& parameters) {
+    sqlite3* db = db_.get();
+    StatementCache::Lease lease = statements_.acquire(sql);
+    bindParameters(db, lease.get(), parameters);
+    int resultCode;
+    while ((resultCode = sqlite3_step(lease.get())) == SQLITE_ROW) {
+    }
+    check(db, resultCode);
+    return sqlite3_changes64(db);
 }
 
 void SqliteConnection::runNative(const char* sql) {

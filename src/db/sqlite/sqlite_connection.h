@@ -12,13 +12,15 @@
 #include <vector>
 
 #include "db/sqlite/live_catalog.h"
+#include "db/sqlite/procedures.h"
+#include "db/sqlite/result_value.h"
 #include "db/sqlite/statement_cache.h"
 #include "db/sqlite/translate/translator.h"
 #include "kvlnmov/db/connection.h"
 
 namespace kvlnmov::db::sqlite {
 
-class SqliteConnection final : public Connection {
+class SqliteConnection final : public Connection, public ProcedureHost {
   public:
     /// Takes ownership of the open handle `db`.
     SqliteConnection(std::string connectionString, sqlite3* db);
@@ -27,11 +29,11 @@ class SqliteConnection final : public Connection {
     std::string providerName() const override;
     void createCompanySchema() override;
 
-    /// Runs native SQLite `sql` (no translation) with `parameters` bound to ?1, ?2, ... to its
-    /// end, and returns the first column of its first row as an integer, or nothing when it
-    /// returned no row or Null.
+    /// Native SQLite statements (no translation) for the numbering procedures.
+    std::int64_t executeNative(const std::string& sql,
+                               const std::vector<SqlValue>& parameters) override;
     std::optional<std::int64_t> queryInteger(const std::string& sql,
-                                             const std::vector<SqlValue>& parameters);
+                                             const std::vector<SqlValue>& parameters) override;
 
     /// The connection's @@IDENTITY (nothing is Null).
     const std::optional<std::int64_t>& identity() const { return session_.identity; }
@@ -71,12 +73,5 @@ void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlV
 /// SQL Server column type. The first row is fetched at once so that errors surface on open.
 std::unique_ptr<Cursor> makeCursor(sqlite3* db, StatementCache::Lease statement,
                                    const std::vector<ResultColumn>& columns);
-
-/// The ADO type of a SQL Server column type.
-DataType adoType(schema::ColumnType type);
-
-/// Runs the stored procedure `name` on `connection` (CON_DevAsiento, CON_DevMovApunte).
-void callStoredProcedure(SqliteConnection& connection, const std::string& name,
-                         ParameterList& parameters);
 
 }  // namespace kvlnmov::db::sqlite

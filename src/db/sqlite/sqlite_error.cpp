@@ -27,32 +27,44 @@ std::string_view columnOf(std::string_view subject) {
 
 Error sqliteError(sqlite3* db, int resultCode, std::string_view operation) {
     const std::string message = db ? sqlite3_errmsg(db) : sqlite3_errstr(resultCode);
+    return sqliteError(resultCode, message, kProviderName, operation);
+}
+
+Error sqliteError(int resultCode, std::string_view message, const std::string& source,
+                  std::string_view operation) {
     switch (resultCode & 0xff) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
-            return Error(errc::kTimeout, kProviderName, "Query timeout expired", resultCode);
+            return Error(errc::kTimeout, source, "Query timeout expired", resultCode);
         case SQLITE_CONSTRAINT: {
             const std::string_view subject = constraintSubject(message);
             const std::string table(tableOf(subject));
-            if (resultCode == SQLITE_CONSTRAINT_PRIMARYKEY ||
-                resultCode == SQLITE_CONSTRAINT_UNIQUE) {
-                return Error(errc::kIntegrity, kProviderName,
+            // The extended code when there is one, else the message's own words.
+            const bool duplicate =
+                resultCode == SQLITE_CONSTRAINT_PRIMARYKEY ||
+                resultCode == SQLITE_CONSTRAINT_UNIQUE ||
+                (resultCode == SQLITE_CONSTRAINT && message.starts_with("UNIQUE constraint"));
+            const bool notNull =
+                resultCode == SQLITE_CONSTRAINT_NOTNULL ||
+                (resultCode == SQLITE_CONSTRAINT && message.starts_with("NOT NULL constraint"));
+            if (duplicate) {
+                return Error(errc::kIntegrity, source,
                              "Violation of PRIMARY KEY constraint 'PK_" + table +
                                  "'. Cannot insert duplicate key in object 'dbo." + table + "'.",
                              resultCode);
             }
-            if (resultCode == SQLITE_CONSTRAINT_NOTNULL) {
-                return Error(errc::kIntegrity, kProviderName,
+            if (notNull) {
+                return Error(errc::kIntegrity, source,
                              "Cannot insert the value NULL into column '" +
                                  std::string(columnOf(subject)) + "', table 'dbo." + table +
                                  "'; column does not allow nulls. " + std::string(operation) +
                                  " fails.",
                              resultCode);
             }
-            return Error(errc::kProviderGeneric, kProviderName, message, resultCode);
+            return Error(errc::kProviderGeneric, source, std::string(message), resultCode);
         }
         default:
-            return Error(errc::kProviderGeneric, kProviderName, message, resultCode);
+            return Error(errc::kProviderGeneric, source, std::string(message), resultCode);
     }
 }
 

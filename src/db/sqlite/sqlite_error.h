@@ -16,6 +16,12 @@ namespace kvlnmov::db::sqlite {
 /// `operation` ("INSERT", "UPDATE") names the statement in a NOT NULL violation.
 Error sqliteError(sqlite3* db, int resultCode, std::string_view operation = "INSERT");
 
+/// The same mapping for a result code and message that reached us another way (an ODBC
+/// driver over SQLite reports the primary result code and SQLite's message): the kind of a
+/// constraint violation is then read from the message. `source` names the provider.
+Error sqliteError(int resultCode, std::string_view message, const std::string& source,
+                  std::string_view operation = "INSERT");
+
 /// Raises `sqliteError` unless `resultCode` is SQLITE_OK, SQLITE_ROW or SQLITE_DONE.
 void check(sqlite3* db, int resultCode, std::string_view operation = "INSERT");
 
