@@ -1,4 +1,5 @@
 #include "kvlnmov/db/command.h"
+#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,13 +7,6 @@
 namespace kvlnmov::db {
 
 namespace {
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
 
 Error parameterNotFound() {
     return Error(adoerr::kItemNotFound, "ADODB.Parameters",
@@ -26,7 +20,7 @@ void ParameterList::Append(Parameter parameter) { items_.push_back(std::move(par
 
 Parameter* ParameterList::find(std::string_view name) {
     auto found = std::find_if(items_.begin(), items_.end(), [name](const Parameter& item) {
-        return equalsNoCase(item.name, name);
+        return text::equalsIgnoringCase(item.name, name);
     });
     return found == items_.end() ? nullptr : &*found;
 }

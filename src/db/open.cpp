@@ -7,6 +7,7 @@
 #include "db/sqlite/sqlite_provider.h"
 #ifdef KVLNMOV_WITH_ODBC
 #include "db/odbc/odbc_provider.h"
+#include "kvlnmov/frame/text.h"
 #endif
 
 namespace kvlnmov::db {
@@ -14,21 +15,6 @@ namespace kvlnmov::db {
 namespace {
 
 constexpr const char* kOpenSource = "ADODB.Connection";
-
-std::string_view trim(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
-        text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
-        text.remove_suffix(1);
-    return text;
-}
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
 
 Error openError(std::string description) {
     return Error(errc::kProviderGeneric, kOpenSource, std::move(description));
@@ -44,8 +30,8 @@ std::string connectionStringValue(std::string_view connectionString, std::string
         const std::string_view pair = connectionString.substr(start, end - start);
         const std::size_t equals = pair.find('=');
         if (equals != std::string_view::npos &&
-            equalsNoCase(trim(pair.substr(0, equals)), trim(key)))
-            return std::string(trim(pair.substr(equals + 1)));
+            text::equalsIgnoringCase(text::trim(pair.substr(0, equals)), text::trim(key)))
+            return std::string(text::trim(pair.substr(equals + 1)));
         start = end + 1;
     }
     return {};
@@ -55,14 +41,14 @@ ConnectionRef openConnection(std::string_view connectionString) {
     const std::string provider = connectionStringValue(connectionString, "Provider");
     // No provider, or the ODBC one, means an ODBC connection string ("DSN=...",
     // "Driver=...;Server=...").
-    if (provider.empty() || equalsNoCase(provider, "MSDASQL")) {
+    if (provider.empty() || text::equalsIgnoringCase(provider, "MSDASQL")) {
 #ifdef KVLNMOV_WITH_ODBC
         return odbc::openOdbcConnection(std::string(connectionString));
 #else
         throw openError("This build has no ODBC provider: only Provider=SQLite connects.");
 #endif
     }
-    if (!equalsNoCase(provider, "SQLite")) {
+    if (!text::equalsIgnoringCase(provider, "SQLite")) {
         throw openError("Provider cannot be found: '" + provider +
                         "'. Known providers: SQLite, MSDASQL (ODBC).");
     }

@@ -1,4 +1,5 @@
 #include "kvlnmov/db/recordset.h"
+#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -24,13 +25,6 @@ Error itemNotFound() {
 Error objectClosed() {
     return Error(adoerr::kObjectClosed, kSource,
                  "Operation is not allowed when the object is closed.");
-}
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
 }
 
 }  // namespace
@@ -152,7 +146,7 @@ void Recordset::fetchCurrent() {
 
 int Recordset::indexOf(std::string_view name) const {
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-        if (equalsNoCase(columns_[i].name, name)) return static_cast<int>(i);
+        if (text::equalsIgnoringCase(columns_[i].name, name)) return static_cast<int>(i);
     }
     return -1;
 }

@@ -1,4 +1,5 @@
 #include "kvlnmov/frame/context.h"
+#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,12 +7,6 @@
 namespace kvlnmov {
 
 namespace {
-bool sameName(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) ==
-               std::tolower(static_cast<unsigned char>(y));
-    });
-}
 }  // namespace
 
 std::int16_t SettableContext::Niveles() { return static_cast<std::int16_t>(levelLengths.size()); }
@@ -42,7 +37,7 @@ std::int16_t SettableContext::PeriodoMes(std::int16_t month) {
 
 Variant SettableContext::Valor(std::string_view name) {
     for (const auto& [key, value] : values) {
-        if (sameName(key, name)) return value;
+        if (text::equalsIgnoringCase(key, name)) return value;
     }
     return {};
 }

@@ -6,6 +6,7 @@
 
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/error.h"
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov {
 
@@ -31,13 +32,6 @@ std::vector<std::int16_t> parseLevels(const std::string& text) {
         throw Error(errc::kCheck, kSource, "Empresas_Ejercicios no define longitudes de nivel");
     }
     return levels;
-}
-
-bool sameName(std::string_view a, std::string_view b) {
-    return std::ranges::equal(a, b, [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) ==
-               std::tolower(static_cast<unsigned char>(y));
-    });
 }
 
 }  // namespace
@@ -116,7 +110,7 @@ std::int16_t EmpresaContext::PeriodoMes(std::int16_t month) {
 
 Variant EmpresaContext::Valor(std::string_view name) {
     for (const auto& [key, value] : values_) {
-        if (sameName(key, name)) return value;
+        if (text::equalsIgnoringCase(key, name)) return value;
     }
     return {};
 }

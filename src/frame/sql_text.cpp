@@ -4,21 +4,12 @@
 #include <cctype>
 
 #include "kvlnmov/frame/library.h"
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::sql {
 
 std::string cut(std::string_view value, std::size_t length) {
-    // Texts are UTF-8: count characters, not bytes, so an accented letter is never split.
-    std::size_t characters = 0;
-    std::size_t end = 0;
-    while (end < value.size()) {
-        if ((static_cast<unsigned char>(value[end]) & 0xC0) != 0x80) {
-            if (characters == length) break;
-            ++characters;
-        }
-        ++end;
-    }
-    return std::string(value.substr(0, end));
+    return std::string(text::firstCharacters(value, length));
 }
 
 std::string amount(Currency value) {

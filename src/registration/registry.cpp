@@ -1,4 +1,5 @@
 #include "kvlnmov/registration/registry.h"
+#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -28,10 +29,7 @@ Error memberNotFound() {
 }  // namespace
 
 bool NameLess::operator()(std::string_view a, std::string_view b) const {
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-        return std::tolower(static_cast<unsigned char>(x)) <
-               std::tolower(static_cast<unsigned char>(y));
-    });
+    return text::lessIgnoringCase(a, b);
 }
 
 void registerClass(ClassInfo info) {

@@ -1,4 +1,5 @@
 #include "kvlnmov/schema/schema.h"
+#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -8,26 +9,6 @@
 namespace kvlnmov::schema {
 
 namespace {
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
-std::string upper(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return text;
-}
-
-std::string_view trim(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
-        text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
-        text.remove_suffix(1);
-    return text;
-}
 
 constexpr ColumnType kBit{SqlType::Bit};
 constexpr ColumnType kTinyInt{SqlType::TinyInt};
@@ -389,7 +370,7 @@ std::vector<Table> buildTables() {
 std::string sqliteColumn(const Column& column) {
     if (column.identity) return column.name + " INTEGER PRIMARY KEY AUTOINCREMENT";
     const std::string type =
-        column.type.type == SqlType::Text ? "TEXT" : upper(tsqlTypeName(column.type));
+        column.type.type == SqlType::Text ? "TEXT" : text::upperAscii(tsqlTypeName(column.type));
     std::string text = column.name + " " + type;
     if (column.type.type == SqlType::VarChar || column.type.type == SqlType::Text)
         text += " COLLATE NOCASE";
@@ -561,7 +542,7 @@ std::string tsqlTypeName(ColumnType type) {
 }
 
 std::optional<ColumnType> parseTypeName(std::string_view declared) {
-    const std::string name = upper(std::string(trim(declared)));
+    const std::string name = text::upperAscii(std::string(text::trim(declared)));
     static const std::pair<const char*, SqlType> kPlain[] = {
         {"BIT", SqlType::Bit},           {"TINYINT", SqlType::TinyInt},
         {"SMALLINT", SqlType::SmallInt}, {"INT", SqlType::Int},
@@ -575,7 +556,7 @@ std::optional<ColumnType> parseTypeName(std::string_view declared) {
     constexpr std::string_view kVarChar = "VARCHAR(";
     if (name.size() > kVarChar.size() + 1 && name.starts_with(kVarChar) && name.back() == ')') {
         const std::string_view digits =
-            trim(std::string_view(name).substr(kVarChar.size(), name.size() - kVarChar.size() - 1));
+            text::trim(std::string_view(name).substr(kVarChar.size(), name.size() - kVarChar.size() - 1));
         int length = 0;
         auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
         if (error == std::errc() && end == digits.data() + digits.size() && length > 0)
@@ -586,7 +567,7 @@ std::optional<ColumnType> parseTypeName(std::string_view declared) {
 
 const Column* Table::find(std::string_view columnName) const {
     for (const Column& column : columns) {
-        if (equalsNoCase(column.name, columnName)) return &column;
+        if (text::equalsIgnoringCase(column.name, columnName)) return &column;
     }
     return nullptr;
 }
@@ -598,7 +579,7 @@ const std::vector<Table>& companyTables() {
 
 const Table* findTable(std::string_view name) {
     for (const Table& table : companyTables()) {
-        if (equalsNoCase(table.name, name)) return &table;
+        if (text::equalsIgnoringCase(table.name, name)) return &table;
     }
     return nullptr;
 }

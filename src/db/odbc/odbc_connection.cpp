@@ -10,25 +10,11 @@
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/schema/schema.h"
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::db::odbc {
 
 namespace {
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
-
-std::string_view trim(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
-        text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
-        text.remove_suffix(1);
-    return text;
-}
 
 class EmptyCursor : public Cursor {
   public:
@@ -394,7 +380,7 @@ Variant outputValue(const Parameter& parameter, const BoundParameter& bound,
 }  // namespace
 
 Variant currencyFromText(std::string_view text, const std::string& source) {
-    const auto amount = Currency::parse(trim(text), '.');
+    const auto amount = Currency::parse(text::trim(text), '.');
     if (!amount) throw conversion(source, std::string(text), "money");
     return Variant(*amount);
 }
@@ -413,12 +399,12 @@ std::string withoutKeys(std::string_view connectionString, const std::vector<std
         if (end == std::string_view::npos) end = connectionString.size();
         const std::string_view pair = connectionString.substr(start, end - start);
         const std::size_t equals = pair.find('=');
-        const std::string_view key = trim(pair.substr(0, equals));
+        const std::string_view key = text::trim(pair.substr(0, equals));
         const bool dropped =
             equals != std::string_view::npos &&
             std::any_of(keys.begin(), keys.end(),
-                        [&](const std::string& candidate) { return equalsNoCase(key, candidate); });
-        if (!dropped && !trim(pair).empty()) {
+                        [&](const std::string& candidate) { return text::equalsIgnoringCase(key, candidate); });
+        if (!dropped && !text::trim(pair).empty()) {
             if (!result.empty()) result += ';';
             result += pair;
         }
@@ -587,10 +573,10 @@ void OdbcConnection::createCompanySchema() {
 ConnectionRef openOdbcConnection(std::string connectionString) {
     const std::string dialectName = connectionStringValue(connectionString, "Dialect");
     Dialect dialect = Dialect::Tsql;
-    if (equalsNoCase(dialectName, "SQLite")) {
+    if (text::equalsIgnoringCase(dialectName, "SQLite")) {
         dialect = Dialect::Sqlite;
-    } else if (!dialectName.empty() && !equalsNoCase(dialectName, "TSQL") &&
-               !equalsNoCase(dialectName, "T-SQL")) {
+    } else if (!dialectName.empty() && !text::equalsIgnoringCase(dialectName, "TSQL") &&
+               !text::equalsIgnoringCase(dialectName, "T-SQL")) {
         throw Error(errc::kProviderGeneric, "ADODB.Connection",
                     "Unknown Dialect '" + dialectName + "': known dialects are SQLite and TSQL.");
     }

@@ -9,6 +9,7 @@
 #include "db/sqlite/table_description.h"
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/schema/schema.h"
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::db::odbc {
 
@@ -16,12 +17,6 @@ namespace {
 
 using sqlite::SqlValue;
 using sqlite::StatementKind;
-
-std::string lower(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return result;
-}
 
 std::string_view operationName(StatementKind kind) {
     switch (kind) {
@@ -159,7 +154,7 @@ SqliteDialect::~SqliteDialect() = default;
 std::string SqliteDialect::providerName() const { return link_.source(); }
 
 const schema::Table* SqliteDialect::findTable(std::string_view name) const {
-    auto found = tables_.find(lower(name));
+    auto found = tables_.find(text::lowerAscii(name));
     return found == tables_.end() ? nullptr : &found->second;
 }
 
@@ -207,7 +202,7 @@ void SqliteDialect::reloadCatalog() {
             row.keyPosition = static_cast<int>(wholeNumber(statement->text(6)));
             rows.push_back(std::move(row));
         }
-        tables.emplace(lower(name), sqlite::describeTable(name, rows));
+        tables.emplace(text::lowerAscii(name), sqlite::describeTable(name, rows));
     }
     tables_ = std::move(tables);
     version_ = version;

@@ -6,16 +6,11 @@
 #include <vector>
 
 #include "db/sqlite/sqlite_error.h"
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::db::sqlite {
 
 namespace {
-
-std::string lower(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return result;
-}
 
 std::string columnText(sqlite3_stmt* statement, int index) {
     const unsigned char* text = sqlite3_column_text(statement, index);
@@ -72,14 +67,14 @@ schema::Table describeTable(const std::string& name, const std::vector<TableInfo
             const std::string& defaultText = *row.defaultValue;
             if (defaultText == "0") {
                 column.defaultValue = schema::Default::Zero;
-            } else if (lower(defaultText).find("'now'") != std::string::npos) {
+            } else if (text::lowerAscii(defaultText).find("'now'") != std::string::npos) {
                 column.defaultValue = schema::Default::Now;
             } else {
                 column.defaultLiteral = defaultText;
             }
         }
         if (row.keyPosition > 0) keyColumns.emplace_back(row.keyPosition, column.name);
-        column.identity = row.keyPosition > 0 && lower(declared) == "integer";
+        column.identity = row.keyPosition > 0 && text::lowerAscii(declared) == "integer";
         table.columns.push_back(std::move(column));
     }
     std::sort(keyColumns.begin(), keyColumns.end());
@@ -113,7 +108,7 @@ schema::Table describeTable(sqlite3* db, const std::string& name) {
 LiveCatalog::~LiveCatalog() { sqlite3_finalize(versionStatement_); }
 
 const schema::Table* LiveCatalog::findTable(std::string_view name) const {
-    auto found = tables_.find(lower(name));
+    auto found = tables_.find(text::lowerAscii(name));
     return found == tables_.end() ? nullptr : &found->second;
 }
 
@@ -132,7 +127,7 @@ void LiveCatalog::reload() {
     std::vector<std::string> names;
     forEachRow(db_, kTableNamesSql,
                [&](sqlite3_stmt* statement) { names.push_back(columnText(statement, 0)); });
-    for (const std::string& name : names) tables.emplace(lower(name), describeTable(db_, name));
+    for (const std::string& name : names) tables.emplace(text::lowerAscii(name), describeTable(db_, name));
     tables_ = std::move(tables);
     version_ = version;
 }

@@ -4,6 +4,7 @@
 // connections (or processes) can never be given the same number.
 
 #include "db/sqlite/procedures.h"
+#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -16,13 +17,6 @@ namespace {
 
 /// SQL Server's error for a procedure called without one of its parameters.
 constexpr std::int32_t kMissingParameter = -2147217904;
-
-bool equalsNoCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) ==
-                      std::tolower(static_cast<unsigned char>(y));
-           });
-}
 
 /// The parameters of one procedure call, found by name with or without a leading "@".
 class Arguments {
@@ -198,12 +192,12 @@ void nextEntryNumber(ProcedureHost& host, Arguments arguments) {
 
 void callStoredProcedure(ProcedureHost& host, const std::string& name, ParameterList& parameters) {
     std::string_view procedure = name;
-    if (procedure.size() > 4 && equalsNoCase(procedure.substr(0, 4), "dbo."))
+    if (procedure.size() > 4 && text::equalsIgnoringCase(procedure.substr(0, 4), "dbo."))
         procedure.remove_prefix(4);
     const std::string source = host.providerName();
-    if (equalsNoCase(procedure, "CON_DevMovApunte")) {
+    if (text::equalsIgnoringCase(procedure, "CON_DevMovApunte")) {
         nextLineNumber(host, Arguments("CON_DevMovApunte", parameters, source));
-    } else if (equalsNoCase(procedure, "CON_DevAsiento")) {
+    } else if (text::equalsIgnoringCase(procedure, "CON_DevAsiento")) {
         nextEntryNumber(host, Arguments("CON_DevAsiento", parameters, source));
     } else {
         throw Error(errc::kSyntax, source, "Could not find stored procedure '" + name + "'.");

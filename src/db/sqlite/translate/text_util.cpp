@@ -1,25 +1,13 @@
 #include "db/sqlite/translate/text_util.h"
 
+#include "kvlnmov/frame/text.h"
+
 namespace kvlnmov::db::sqlite::tsql {
 
-std::string upperAscii(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-    }
-    return result;
-}
+std::string upperAscii(std::string_view text) { return text::upperAscii(text); }
 
 bool equalsIgnoreCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        char x = a[i];
-        char y = b[i];
-        if (x >= 'a' && x <= 'z') x = static_cast<char>(x - 'a' + 'A');
-        if (y >= 'a' && y <= 'z') y = static_cast<char>(y - 'a' + 'A');
-        if (x != y) return false;
-    }
-    return true;
+    return text::equalsIgnoringCase(a, b);
 }
 
 std::string quoteIdentifier(std::string_view name) {
@@ -32,13 +20,7 @@ std::string quoteIdentifier(std::string_view name) {
     return result;
 }
 
-std::size_t characterCount(std::string_view text) {
-    std::size_t count = 0;
-    for (char c : text) {
-        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) ++count;
-    }
-    return count;
-}
+std::size_t characterCount(std::string_view text) { return text::characterCount(text); }
 
 std::string_view trimBlanks(std::string_view text) {
     constexpr std::string_view kBlanks = " \t\r\n";
