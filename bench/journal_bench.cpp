@@ -87,11 +87,12 @@ void ReadEntry(benchmark::State& state) {
     for (int i = 0; i < 450; ++i) line->Insertar();
     for (auto _ : state) {
         db::Recordset rows;
-        rows.Open("SELECT a.Apunte, a.Cuenta, a.Debe, a.Haber, b.Fecha FROM Movimientos a "
-                  "INNER JOIN Asientos b ON a.Cod_Empresa = b.Cod_Empresa AND a.Cod_Ejercicio = "
-                  "b.Cod_Ejercicio AND a.Cod_Asiento = b.Codigo WHERE a.Cod_Asiento =" +
-                      std::to_string(company.entry) + " ORDER BY a.Apunte",
-                  company.connection);
+        rows.Open(
+            "SELECT a.Apunte, a.Cuenta, a.Debe, a.Haber, b.Fecha FROM Movimientos a "
+            "INNER JOIN Asientos b ON a.Cod_Empresa = b.Cod_Empresa AND a.Cod_Ejercicio = "
+            "b.Cod_Ejercicio AND a.Cod_Asiento = b.Codigo WHERE a.Cod_Asiento =" +
+                std::to_string(company.entry) + " ORDER BY a.Apunte",
+            company.connection);
         Currency total;
         for (; !rows.Eof(); rows.MoveNext()) total += rows.Fields("Debe").toCurrency();
         benchmark::DoNotOptimize(total);

@@ -12,11 +12,11 @@
 #include "books_report.h"
 #include "commands.h"
 #include "company_database.h"
-#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/empresa_context.h"
+#include "text_table.h"
 
 namespace kvlnmov::cli {
 
@@ -52,7 +52,6 @@ std::string number(const Variant& value) {
     return value.isNull() ? std::string() : std::to_string(value.toLong());
 }
 
-
 std::string bookName(std::int32_t libro) {
     switch (libro) {
         case 1:
@@ -84,8 +83,8 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
     lines.Close();
 
     TextTable records({"Apunte", "Fecha", "Book", "Cuenta", "Documento", "Asiento", "Nombre", "Nif",
-                   "Base", "Tax"},
-                  {true, false, false, false, false, true, false, false, true, true});
+                       "Base", "Tax"},
+                      {true, false, false, false, false, true, false, false, true, true});
     db::Recordset headers;
     headers.Open("SELECT Apunte, Fecha, Libro, Cuenta, Documento, Asiento, Nombre, Nif FROM " +
                      table + where + " ORDER BY Fecha, Apunte",
@@ -107,7 +106,8 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
         return;
     }
     out << title << " (table " << table << ")\n";
-    TextTable totals({"Book", "Rate", "Base", "Tax", "Deductible"}, {false, true, true, true, true});
+    TextTable totals({"Book", "Rate", "Base", "Tax", "Deductible"},
+                     {false, true, true, true, true});
     db::Recordset rates;
     rates.Open(
         "SELECT h.Libro, l.Tipo, SUM(l.Base) AS Base, SUM(l.Cuota) AS Cuota, "
@@ -135,8 +135,9 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
 void printForecasts(std::ostream& out, const db::ConnectionRef& connection,
                     const std::string& title, const std::string& table,
                     const std::string& methodColumn, std::int16_t company) {
-    TextTable forecasts({"Vencimiento", "Apunte", "Cuenta", "Documento", "Banco", "Forma", "Importe"},
-                    {false, true, false, false, false, true, true});
+    TextTable forecasts(
+        {"Vencimiento", "Apunte", "Cuenta", "Documento", "Banco", "Forma", "Importe"},
+        {false, true, false, false, false, true, true});
     Currency total;
     db::Recordset rows;
     rows.Open("SELECT Apunte, Fecha_Vto, Cuenta, Documento, Banco, " + methodColumn +

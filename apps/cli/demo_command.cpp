@@ -23,34 +23,62 @@ struct NamedAccount {
 
 // The demo's own small chart: summary accounts of 1 to 4 digits and posting accounts of 8.
 const NamedAccount kChart[] = {
-    {"1", "Financiación básica"},          {"10", "Capital"},
-    {"100", "Capital social"},              {"1000", "Capital social"},
-    {"10000001", "Capital social"},         {"4", "Acreedores y deudores"},
-    {"40", "Proveedores"},                  {"400", "Proveedores"},
-    {"4000", "Proveedores"},                {"40000001", "Suministros Canarios, S.L."},
-    {"40000002", "Papelería Atlántica, S.A."}, {"41", "Acreedores varios"},
-    {"410", "Acreedores por prestaciones"}, {"4100", "Acreedores por prestaciones"},
-    {"41000001", "Asesoría Fiscal Martín"}, {"43", "Clientes"},
-    {"430", "Clientes"},                    {"4300", "Clientes"},
-    {"43000001", "Hostelería del Puerto, S.L."}, {"43000002", "Comercial Rivera, S.A."},
-    {"43000003", "Clientes de contado"},    {"47", "Administraciones públicas"},
-    {"472", "H.P. IVA soportado"},          {"4720", "H.P. IVA soportado"},
-    {"47200010", "IVA soportado 10%"},      {"47200021", "IVA soportado 21%"},
-    {"475", "H.P. acreedora"},              {"4751", "H.P. acreedora por retenciones"},
-    {"47510001", "Retenciones IRPF profesionales"}, {"477", "H.P. IVA repercutido"},
-    {"4770", "H.P. IVA repercutido"},       {"47700010", "IVA repercutido 10%"},
-    {"47700021", "IVA repercutido 21%"},    {"5", "Cuentas financieras"},
-    {"57", "Tesorería"},                    {"572", "Bancos"},
-    {"5720", "Bancos"},                     {"57200001", "Banco Atlántico c/c"},
-    {"6", "Compras y gastos"},              {"60", "Compras"},
-    {"600", "Compras de mercaderías"},      {"6000", "Compras de mercaderías"},
-    {"60000001", "Compras de mercaderías"}, {"62", "Servicios exteriores"},
-    {"623", "Servicios de profesionales"},  {"6230", "Servicios de profesionales"},
-    {"62300001", "Asesoría fiscal y laboral"}, {"626", "Servicios bancarios"},
-    {"6260", "Servicios bancarios"},        {"62600001", "Comisiones bancarias"},
-    {"7", "Ventas e ingresos"},             {"70", "Ventas"},
-    {"700", "Ventas de mercaderías"},       {"7000", "Ventas de mercaderías"},
-    {"70000001", "Ventas tienda"},          {"70000002", "Ventas online"},
+    {"1", "Financiación básica"},
+    {"10", "Capital"},
+    {"100", "Capital social"},
+    {"1000", "Capital social"},
+    {"10000001", "Capital social"},
+    {"4", "Acreedores y deudores"},
+    {"40", "Proveedores"},
+    {"400", "Proveedores"},
+    {"4000", "Proveedores"},
+    {"40000001", "Suministros Canarios, S.L."},
+    {"40000002", "Papelería Atlántica, S.A."},
+    {"41", "Acreedores varios"},
+    {"410", "Acreedores por prestaciones"},
+    {"4100", "Acreedores por prestaciones"},
+    {"41000001", "Asesoría Fiscal Martín"},
+    {"43", "Clientes"},
+    {"430", "Clientes"},
+    {"4300", "Clientes"},
+    {"43000001", "Hostelería del Puerto, S.L."},
+    {"43000002", "Comercial Rivera, S.A."},
+    {"43000003", "Clientes de contado"},
+    {"47", "Administraciones públicas"},
+    {"472", "H.P. IVA soportado"},
+    {"4720", "H.P. IVA soportado"},
+    {"47200010", "IVA soportado 10%"},
+    {"47200021", "IVA soportado 21%"},
+    {"475", "H.P. acreedora"},
+    {"4751", "H.P. acreedora por retenciones"},
+    {"47510001", "Retenciones IRPF profesionales"},
+    {"477", "H.P. IVA repercutido"},
+    {"4770", "H.P. IVA repercutido"},
+    {"47700010", "IVA repercutido 10%"},
+    {"47700021", "IVA repercutido 21%"},
+    {"5", "Cuentas financieras"},
+    {"57", "Tesorería"},
+    {"572", "Bancos"},
+    {"5720", "Bancos"},
+    {"57200001", "Banco Atlántico c/c"},
+    {"6", "Compras y gastos"},
+    {"60", "Compras"},
+    {"600", "Compras de mercaderías"},
+    {"6000", "Compras de mercaderías"},
+    {"60000001", "Compras de mercaderías"},
+    {"62", "Servicios exteriores"},
+    {"623", "Servicios de profesionales"},
+    {"6230", "Servicios de profesionales"},
+    {"62300001", "Asesoría fiscal y laboral"},
+    {"626", "Servicios bancarios"},
+    {"6260", "Servicios bancarios"},
+    {"62600001", "Comisiones bancarias"},
+    {"7", "Ventas e ingresos"},
+    {"70", "Ventas"},
+    {"700", "Ventas de mercaderías"},
+    {"7000", "Ventas de mercaderías"},
+    {"70000001", "Ventas tienda"},
+    {"70000002", "Ventas online"},
 };
 
 Currency euros(const char* text) { return *Currency::parse(text); }
@@ -119,18 +147,17 @@ std::vector<DraftEntry> demoEntries() {
                       credit("47700021", "210", "IVA 21% factura A-031", "A-031", 1)}),
             invoice(enmLibros::kvRepercutido, "43000001", "Hostelería del Puerto, S.L.",
                     "B35123456", "A-031", {rate("1000", 21, "210")}, {due(4, 1, "1210")})),
-        withInvoice(
-            entry(5, {debit("43000003", "110", "Venta online pedido 5512", "W-5512", 2),
-                      credit("70000002", "100", "Venta online pedido 5512", "W-5512", 2),
-                      credit("47700010", "10", "IVA 10% pedido 5512", "W-5512", 2)}),
-            invoice(enmLibros::kvRepercutido, "43000003", "Clientes de contado", "", "W-5512",
-                    {rate("100", 10, "10")}, {})),
+        withInvoice(entry(5, {debit("43000003", "110", "Venta online pedido 5512", "W-5512", 2),
+                              credit("70000002", "100", "Venta online pedido 5512", "W-5512", 2),
+                              credit("47700010", "10", "IVA 10% pedido 5512", "W-5512", 2)}),
+                    invoice(enmLibros::kvRepercutido, "43000003", "Clientes de contado", "",
+                            "W-5512", {rate("100", 10, "10")}, {})),
         withInvoice(
             entry(9, {debit("60000001", "2500", "Factura 1187 Suministros Canarios", "1187", 1),
                       debit("47200021", "525", "IVA 21% factura 1187", "1187", 1),
                       credit("40000001", "3025", "Factura 1187 Suministros Canarios", "1187", 1)}),
-            invoice(enmLibros::kvSoportado, "40000001", "Suministros Canarios, S.L.",
-                    "B38654321", "1187", {rate("2500", 21, "525")}, {due(3, 23, "3025")})),
+            invoice(enmLibros::kvSoportado, "40000001", "Suministros Canarios, S.L.", "B38654321",
+                    "1187", {rate("2500", 21, "525")}, {due(3, 23, "3025")})),
         withInvoice(
             entry(12, {debit("60000001", "300", "Factura 77 Papelería Atlántica", "P-77", 3),
                        debit("47200021", "63", "IVA 21% factura P-77", "P-77", 3),
@@ -143,14 +170,15 @@ std::vector<DraftEntry> demoEntries() {
                            debit("47200021", "168", "IVA 21% minuta M-03", "M-03", 3),
                            credit("47510001", "120", "Retención IRPF 15% minuta M-03", "M-03", 3),
                            credit("41000001", "848", "Minuta marzo Asesoría Martín", "M-03", 3)}),
-                invoice(enmLibros::kvSoportado, "41000001", "Asesoría Fiscal Martín",
-                        "12345678Z", "M-03", {rate("800", 21, "168")}, {due(4, 15, "848")}));
+                invoice(enmLibros::kvSoportado, "41000001", "Asesoría Fiscal Martín", "12345678Z",
+                        "M-03", {rate("800", 21, "168")}, {due(4, 15, "848")}));
             made.invoice->withholding =
                 DraftWithholding{1, 15, "47510001", euros("800"), euros("120"), euros("848")};
             return made;
         }(),
-        entry(20, {debit("57200001", "8470", "Cobro saldo inicial Hostelería del Puerto", "TR-20"),
-                   credit("43000001", "8470", "Cobro saldo inicial Hostelería del Puerto", "TR-20")}),
+        entry(20,
+              {debit("57200001", "8470", "Cobro saldo inicial Hostelería del Puerto", "TR-20"),
+               credit("43000001", "8470", "Cobro saldo inicial Hostelería del Puerto", "TR-20")}),
         entry(23, {debit("40000001", "3025", "Pago factura 1187", "TR-23"),
                    credit("57200001", "3025", "Pago factura 1187", "TR-23")}),
         withInvoice(
@@ -158,8 +186,7 @@ std::vector<DraftEntry> demoEntries() {
                        credit("70000001", "4000", "Factura A-032 Comercial Rivera", "A-032", 1),
                        credit("47700021", "840", "IVA 21% factura A-032", "A-032", 1)}),
             invoice(enmLibros::kvRepercutido, "43000002", "Comercial Rivera, S.A.", "A38111222",
-                    "A-032", {rate("4000", 21, "840")},
-                    {due(4, 24, "2420"), due(5, 25, "2420")})),
+                    "A-032", {rate("4000", 21, "840")}, {due(4, 24, "2420"), due(5, 25, "2420")})),
         entry(31, {debit("62600001", "12.5", "Comisión mantenimiento cuenta", "EXT-03", 3),
                    credit("57200001", "12.5", "Comisión mantenimiento cuenta", "EXT-03", 3)}),
     };
@@ -172,10 +199,9 @@ void demoConcepts(const CompanyDatabase& opened) {
         const char* name;
         bool debit;
     };
-    for (const Row& row : {Row{"VTA", "Venta de mercaderías", false},
-                           Row{"CMP", "Compra de mercaderías", true},
-                           Row{"COB", "Cobro de cliente", true},
-                           Row{"PAG", "Pago a proveedor", false}}) {
+    for (const Row& row :
+         {Row{"VTA", "Venta de mercaderías", false}, Row{"CMP", "Compra de mercaderías", true},
+          Row{"COB", "Cobro de cliente", true}, Row{"PAG", "Pago a proveedor", false}}) {
         auto description = std::make_shared<clsConcepto>();
         description->Conexion(opened.connection);
         description->Codigo(row.code);
@@ -207,8 +233,8 @@ int runDemo(const std::string& path) {
     createCompanyDatabase(setup);
     CompanyDatabase opened = openCompanyDatabase(path, std::nullopt, std::nullopt, 1);
     std::cout << "Demonstration company database: " << path << "\n"
-              << "Company 1 '" << setup.name << "', exercise 2026, account levels "
-              << setup.levels << "\n";
+              << "Company 1 '" << setup.name << "', exercise 2026, account levels " << setup.levels
+              << "\n";
 
     for (const NamedAccount& account : kChart) {
         opened.connection->Execute(
@@ -219,7 +245,8 @@ int runDemo(const std::string& path) {
     opened.connection->Execute(
         "INSERT INTO SGD_Usuarios (Codigo, Nombre, Alias, Password, AccesoCentral, ForzarPass) "
         "VALUES (1, 'Ana Morales', 'ana', 'demo', 1, 0)");
-    opened.connection->Execute("INSERT INTO SGD_Usuarios_Grupos (CodUsuario, CodGrupo) VALUES (1, 1)");
+    opened.connection->Execute(
+        "INSERT INTO SGD_Usuarios_Grupos (CodUsuario, CodGrupo) VALUES (1, 1)");
     demoConcepts(opened);
 
     // The application opens the exercise with a zero balance row for every account of the
@@ -235,7 +262,8 @@ int runDemo(const std::string& path) {
             }
         }
         opened.connection->Execute(
-            "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel) VALUES (1, 2026, '" +
+            "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel) VALUES (1, 2026, "
+            "'" +
             code + "', " + level + ")");
         opened.connection->Execute(
             "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, Nivel) VALUES "

@@ -33,7 +33,7 @@ int runPost(const PostOptions& options) {
     std::vector<PostedEntry> posted;
     try {
         posted = postEntries(entries, opened.connection, opened.context,
-                              static_cast<std::int16_t>(options.user));
+                             static_cast<std::int16_t>(options.user));
         opened.connection->CommitTrans();
     } catch (...) {
         opened.connection->RollbackTrans();
@@ -87,7 +87,8 @@ Command addPostCommand(CLI::App& app) {
         "JSON: {\"entries\": [{\"date\": \"2026-03-15\", \"closing\": false,\n"
         "        \"reference\": \"\", \"remarks\": \"\",\n"
         "        \"lines\": [{\"account\": \"43000001\", \"debit\": \"121.00\",\n"
-        "                   \"concept\": \"Factura 1\", \"document\": \"F-1\", \"department\": 1},\n"
+        "                   \"concept\": \"Factura 1\", \"document\": \"F-1\", \"department\": "
+        "1},\n"
         "                  {\"account\": \"70000001\", \"credit\": \"100.00\"},\n"
         "                  {\"account\": \"47700021\", \"credit\": \"21.00\"}]}]}\n"
         "CSV:  entry;date;account;debit;credit;concept;document;department\n"

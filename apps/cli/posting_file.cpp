@@ -2,15 +2,14 @@
 
 #include <fstream>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 
-#include <nlohmann/json.hpp>
-
 #include "commands.h"
-#include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/forecasts/cls_prev_cobros.h"
 #include "kvlnmov/forecasts/cls_prev_pagos.h"
+#include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
 #include "kvlnmov/taxbooks/cls_libro_igic.h"
 #include "kvlnmov/taxbooks/cls_libro_irpf.h"
@@ -82,7 +81,8 @@ Currency requiredAmount(const Json& object, const char* key, const std::string& 
 }
 
 DraftInvoice readInvoice(const Json& item, const std::string& where) {
-    onlyKeys(item, {"book", "tax", "account", "name", "nif", "document", "rates", "withholding", "due"},
+    onlyKeys(item,
+             {"book", "tax", "account", "name", "nif", "document", "rates", "withholding", "due"},
              where);
     DraftInvoice invoice;
     std::string book = textOf(item, "book", where);
@@ -131,7 +131,8 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
         if (!item["due"].is_array()) refuse(where, "due must be a list");
         for (const Json& due : item["due"]) {
             onlyKeys(due, {"date", "amount"}, where + ", due");
-            if (!due.contains("date") || !due["date"].is_string()) refuse(where, "a due date needs its date");
+            if (!due.contains("date") || !due["date"].is_string())
+                refuse(where, "a due date needs its date");
             invoice.due.push_back({dateOf(due["date"].get<std::string>(), where + ", due"),
                                    requiredAmount(due, "amount", where + ", due")});
         }
@@ -176,12 +177,14 @@ std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
             line.description = textOf(row, "concept", at);
             line.document = textOf(row, "document", at);
             if (row.contains("department")) {
-                if (!row["department"].is_number_integer()) refuse(at, "department must be a number");
+                if (!row["department"].is_number_integer())
+                    refuse(at, "department must be a number");
                 line.department = departmentOf(row["department"].get<long long>(), at);
             }
             entry.lines.push_back(line);
         }
-        if (item.contains("invoice")) entry.invoice = readInvoice(item["invoice"], where + ", invoice");
+        if (item.contains("invoice"))
+            entry.invoice = readInvoice(item["invoice"], where + ", invoice");
         entries.push_back(std::move(entry));
     }
     return entries;
@@ -221,7 +224,9 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name) {
     std::string text;
     if (!std::getline(input, text)) refuse(name, "empty file");
     if (splitCsv(text) != kHeader) {
-        refuse(name, "the first line must be entry;date;account;debit;credit;concept;document;department");
+        refuse(
+            name,
+            "the first line must be entry;date;account;debit;credit;concept;document;department");
     }
     std::vector<DraftEntry> entries;
     std::map<std::string, std::size_t> byKey;
@@ -290,7 +295,8 @@ void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
     const DraftInvoice& invoice = *entry.invoice;
     std::string where = entry.origin + ", invoice";
     const DraftLine* party = partyLine(entry);
-    if (!party) refuse(where, "the account " + invoice.account + " is on none of the entry's lines");
+    if (!party)
+        refuse(where, "the account " + invoice.account + " is on none of the entry's lines");
     for (const std::string* text : {&invoice.name, &invoice.nif, &invoice.document}) {
         if (text->find('\'') != std::string::npos) refuse(where, "texts may not hold a quote (')");
     }
@@ -322,12 +328,13 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
         const std::string& where = entry.origin;
         if (entry.date < context.FechaInicio() || entry.date > context.FechaFin()) {
             refuse(where, "the date " + entry.date.toIso() + " is outside the exercise (" +
-                              context.FechaInicio().toIso() + " to " +
-                              context.FechaFin().toIso() + ")");
+                              context.FechaInicio().toIso() + " to " + context.FechaFin().toIso() +
+                              ")");
         }
         if (entry.lines.size() < 2) refuse(where, "an entry needs at least two lines");
         for (const std::string* text : {&entry.externalReference, &entry.remarks}) {
-            if (text->find('\'') != std::string::npos) refuse(where, "texts may not hold a quote (')");
+            if (text->find('\'') != std::string::npos)
+                refuse(where, "texts may not hold a quote (')");
         }
         Currency debits;
         Currency credits;
@@ -351,8 +358,8 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
             credits += line.credit;
         }
         if (debits != credits) {
-            refuse(where, "unbalanced: debits " + debits.toString() + ", credits " +
-                              credits.toString());
+            refuse(where,
+                   "unbalanced: debits " + debits.toString() + ", credits " + credits.toString());
         }
         if (entry.invoice) checkInvoice(entry, context);
     }

@@ -105,7 +105,7 @@ struct PostedEntry {
 /// record and forecasts) with `user` as the recording user. Library errors are raised as they
 /// come.
 std::vector<PostedEntry> postEntries(const std::vector<DraftEntry>& entries,
-                                      const db::ConnectionRef& connection,
-                                      const cEmpresaRef& context, std::int16_t user);
+                                     const db::ConnectionRef& connection,
+                                     const cEmpresaRef& context, std::int16_t user);
 
 }  // namespace kvlnmov::cli

@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "commands.h"
-#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/empresa_context.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/viewer/entry_view.h"
+#include "text_table.h"
 
 namespace kvlnmov::cli {
 

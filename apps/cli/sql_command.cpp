@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "commands.h"
-#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
+#include "text_table.h"
 
 namespace kvlnmov::cli {
 

@@ -16,7 +16,7 @@ std::size_t displayWidth(std::string_view text);
 std::string fit(const std::string& text, std::size_t width, bool right);
 
 class TextTable {
-public:
+  public:
     /// `right` says, per column, whether its cells align to the right (headers never do).
     /// `separator` goes between columns; with `rule`, a line of dashes follows the header.
     TextTable(std::vector<std::string> header, std::vector<bool> right,
@@ -38,7 +38,7 @@ public:
     /// The rule line the table prints under its header.
     std::string ruleLine() const;
 
-private:
+  private:
     std::vector<std::string> header_;
     std::vector<bool> right_;
     std::string separator_;

@@ -3,9 +3,9 @@
 #include <vector>
 
 #include "commands.h"
-#include "text_table.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/library.h"
+#include "text_table.h"
 
 namespace kvlnmov::cli {
 
@@ -35,7 +35,8 @@ bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection, c
     }
     // Rows are chosen by the length of their account: the Nivel column holds the level of the
     // posting account that created a summary row, not the row's own level.
-    auto length = static_cast<std::size_t>(context.LongitudNivel(static_cast<std::int16_t>(level - 1)));
+    auto length =
+        static_cast<std::size_t>(context.LongitudNivel(static_cast<std::int16_t>(level - 1)));
     std::string table = options.department ? "Acumulados_Dpto" : "Acumulados";
     std::string columns = "a.Cuenta, ISNULL(c.Nombre, '') AS Nombre, a.Apertura, a.Cierre";
     for (int p = 1; p <= 12; ++p) {
@@ -56,8 +57,14 @@ bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection, c
     for (; !result.Eof(); result.MoveNext()) {
         std::string account = result.Fields("Cuenta").toText();
         if (account.size() != length) continue;
-        Row row{account, result.Fields("Nombre").toText(), result.Fields("Apertura").toCurrency(),
-                result.Fields("Cierre").toCurrency(), {}, {}, {}, {}};
+        Row row{account,
+                result.Fields("Nombre").toText(),
+                result.Fields("Apertura").toCurrency(),
+                result.Fields("Cierre").toCurrency(),
+                {},
+                {},
+                {},
+                {}};
         for (int p = 1; p <= 12; ++p) {
             row.debit.push_back(result.Fields("D" + std::to_string(p)).toCurrency());
             row.credit.push_back(result.Fields("H" + std::to_string(p)).toCurrency());
@@ -71,8 +78,8 @@ bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection, c
         << context.Cod_Ejercicio() << ", level " << level << " (" << length << "-digit accounts)";
     if (options.department) out << ", department " << *options.department;
     out << "\n\n";
-    std::vector<std::string> header{"Account", "Name", "Opening", "Debit", "Credit", "Closing",
-                                    "Balance"};
+    std::vector<std::string> header{"Account", "Name",    "Opening", "Debit",
+                                    "Credit",  "Closing", "Balance"};
     if (options.periods) {
         for (int p = 1; p <= 12; ++p) {
             header.push_back("D" + std::to_string(p));
@@ -84,9 +91,12 @@ bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection, c
     TextTable report(header, right, "  ", true);
     auto cells = [&](const Row& row) {
         Currency balance = row.opening + row.totalDebit - row.totalCredit - row.closing;
-        std::vector<std::string> line{row.account,          row.name,
-                                      money(row.opening),   money(row.totalDebit),
-                                      money(row.totalCredit), money(row.closing),
+        std::vector<std::string> line{row.account,
+                                      row.name,
+                                      money(row.opening),
+                                      money(row.totalDebit),
+                                      money(row.totalCredit),
+                                      money(row.closing),
                                       money(balance)};
         if (options.periods) {
             for (std::size_t p = 0; p < 12; ++p) {
@@ -112,8 +122,8 @@ bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection, c
     for (std::size_t i = 0; i < totals.size(); ++i) report.widen(i, displayWidth(totals[i]));
     report.print(out);
     out << report.ruleLine() << "\n" << report.line(totals) << "\n\n";
-    bool balanced = total.totalDebit == total.totalCredit && total.opening.isZero() &&
-                    total.closing.isZero();
+    bool balanced =
+        total.totalDebit == total.totalCredit && total.opening.isZero() && total.closing.isZero();
     out << rows.size() << " accounts. "
         << (balanced ? "Debits equal credits: the trial balance balances."
                      : "OUT OF BALANCE: debits " + money(total.totalDebit) + ", credits " +

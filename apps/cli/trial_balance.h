@@ -23,7 +23,7 @@ struct TrialBalanceOptions {
 /// credits - closing, the closing column holding the closed balance) for every account of
 /// the level, then the totals and whether debits equal credits. Returns false when the
 /// level's debits and credits differ.
-bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection,
-                       cEmpresa& context, const TrialBalanceOptions& options);
+bool printTrialBalance(std::ostream& out, const db::ConnectionRef& connection, cEmpresa& context,
+                       const TrialBalanceOptions& options);
 
 }  // namespace kvlnmov::cli

@@ -1,8 +1,9 @@
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
+
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::db {
 

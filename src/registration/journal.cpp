@@ -44,9 +44,9 @@ void registerJournal() {
             .method("Duplicar_Asiento", &C::Duplicar_Asiento,
                     {"lngAsiento_Ant", "lngAsiento_Nuevo"})
             .method("Cambiar_Asiento", &C::Cambiar_Asiento, {"lngAsiento_Ant", "lngAsiento_Nuevo"})
-            .method("Cambiar_Cuenta", &C::Cambiar_Cuenta,
-                    {"strCuentaI", "strCuentaF", "strCuentaD", "dteFechaI", "dteFechaF",
-                     "intPunteo"})
+            .method(
+                "Cambiar_Cuenta", &C::Cambiar_Cuenta,
+                {"strCuentaI", "strCuentaF", "strCuentaD", "dteFechaI", "dteFechaF", "intPunteo"})
             .method("Puntear", &C::Puntear)
             .method("Puntear347", &C::Puntear347)
             .method("InsertarSec", &C::InsertarSec,

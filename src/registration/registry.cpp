@@ -1,9 +1,10 @@
 #include "kvlnmov/registration/registry.h"
-#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
 #include <mutex>
+
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::registration {
 

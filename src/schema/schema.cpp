@@ -1,10 +1,11 @@
 #include "kvlnmov/schema/schema.h"
-#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <initializer_list>
+
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::schema {
 
@@ -555,8 +556,8 @@ std::optional<ColumnType> parseTypeName(std::string_view declared) {
     }
     constexpr std::string_view kVarChar = "VARCHAR(";
     if (name.size() > kVarChar.size() + 1 && name.starts_with(kVarChar) && name.back() == ')') {
-        const std::string_view digits =
-            text::trim(std::string_view(name).substr(kVarChar.size(), name.size() - kVarChar.size() - 1));
+        const std::string_view digits = text::trim(
+            std::string_view(name).substr(kVarChar.size(), name.size() - kVarChar.size() - 1));
         int length = 0;
         auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
         if (error == std::errc() && end == digits.data() + digits.size() && length > 0)

@@ -1,5 +1,7 @@
 // The scenario runner reports exactly what failed, and refuses files it cannot trust.
 
+#include "scenario/scenario_runner.h"
+
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -8,13 +10,12 @@
 #include <sstream>
 
 #include "kvlnmov/frame/library.h"
-#include "scenario/scenario_runner.h"
 
 namespace kvlnmov::scenario {
 namespace {
 
 class ScenarioRunnerTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char pattern[] = "/tmp/kvlnmov-scenarios-XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
@@ -27,7 +28,8 @@ protected:
 
     void write(const std::string& name, const std::string& steps, const std::string& extra = "") {
         std::ofstream(folder_ / name)
-            << R"({"name": ")" << name << R"(", "context": {"Cod_Empresa": 1, "Cod_Ejercicio": 2026,)"
+            << R"({"name": ")" << name
+            << R"(", "context": {"Cod_Empresa": 1, "Cod_Ejercicio": 2026,)"
             << R"( "FechaInicio": "2026-01-01", "FechaFin": "2026-12-31"})" << extra
             << R"(, "steps": [)" << steps << "]}";
     }
@@ -59,7 +61,8 @@ TEST_F(ScenarioRunnerTest, PassingScenariosAreListedWithTheSummary) {
 }
 
 TEST_F(ScenarioRunnerTest, AWrongExpectationFailsWithThePlaceAndTheDifference) {
-    write("a.json", std::string(kInsert) + R"({"call": "c", "method": "Insertar", "returns": true})");
+    write("a.json",
+          std::string(kInsert) + R"({"call": "c", "method": "Insertar", "returns": true})");
     write("b.json", std::string(kInsert) + R"({"call": "c", "method": "Insertar",
         "sql": ["SELECT Codigo FROM Conceptos WHERE Codigo ='A'", "INSERT INTO Conceptos"]})");
     write("c.json", std::string(kInsert) + R"({"call": "c", "method": "Insertar"},

@@ -16,7 +16,7 @@ namespace kvlnmov::testing {
 namespace {
 
 class ToolTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         char pattern[] = "/tmp/kvlnmov-tool-XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);

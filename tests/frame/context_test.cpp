@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "kvlnmov/frame/context.h"
+
+#include <gtest/gtest.h>
 
 namespace kvlnmov {
 namespace {

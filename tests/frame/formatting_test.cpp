@@ -14,7 +14,7 @@ namespace kvlnmov {
 namespace {
 
 class FormattingTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         resetLibrary();
         setRegional(Regional{});
@@ -30,11 +30,11 @@ TEST_F(FormattingTest, NumeroSqlWritesTheShortestExactText) {
         double value;
         const char* text;
     };
-    for (const Case& c : {Case{100, "100"}, Case{-1234.5, "-1234.5"}, Case{0.0001, "0.0001"},
-                          Case{0, "0"}, Case{-0.0, "0"}, Case{0.1, "0.1"},
-                          Case{1e20, "100000000000000000000"}, Case{-0.5, "-0.5"},
-                          Case{922337203685477.5, "922337203685477.5"},
-                          Case{1234.5678, "1234.5678"}}) {
+    for (const Case& c :
+         {Case{100, "100"}, Case{-1234.5, "-1234.5"}, Case{0.0001, "0.0001"}, Case{0, "0"},
+          Case{-0.0, "0"}, Case{0.1, "0.1"}, Case{1e20, "100000000000000000000"},
+          Case{-0.5, "-0.5"}, Case{922337203685477.5, "922337203685477.5"},
+          Case{1234.5678, "1234.5678"}}) {
         EXPECT_EQ(funciones().NumeroSQL(c.value), c.text) << c.value;
     }
     EXPECT_THROW(funciones().NumeroSQL(std::numeric_limits<double>::infinity()), Error);
@@ -46,11 +46,10 @@ TEST_F(FormattingTest, FormatoNumeroUsesTheRegionalSeparators) {
         int decimals;
         const char* text;
     };
-    for (const Case& c : {Case{1234.5, 2, "1.234,50"}, Case{-1234.567, 2, "-1.234,57"},
-                          Case{0.005, 2, "0,01"}, Case{2.675, 2, "2,68"},
-                          Case{999.995, 2, "1.000,00"}, Case{-0.001, 2, "0,00"},
-                          Case{1234567.891, 0, "1.234.568"}, Case{10, 2, "10,00"},
-                          Case{0, 2, "0,00"}}) {
+    for (const Case& c :
+         {Case{1234.5, 2, "1.234,50"}, Case{-1234.567, 2, "-1.234,57"}, Case{0.005, 2, "0,01"},
+          Case{2.675, 2, "2,68"}, Case{999.995, 2, "1.000,00"}, Case{-0.001, 2, "0,00"},
+          Case{1234567.891, 0, "1.234.568"}, Case{10, 2, "10,00"}, Case{0, 2, "0,00"}}) {
         EXPECT_EQ(funciones().FormatoNumero(c.value, c.decimals), c.text) << c.value;
     }
     EXPECT_EQ(funciones().FormatoNumero(Currency::fromRaw(-123456789), 2), "-12.345,68");
@@ -98,9 +97,8 @@ TEST_F(FormattingTest, CurrentUserIsTheNumberOfTheLeadingDigits) {
         Variant value;
         std::int32_t user;
     };
-    const Case cases[] = {{Variant("7"), 7},  {Variant("12abc"), 12},
-                          {Variant("abc"), 0}, {Variant(" 42"), 42},
-                          {Variant(std::int16_t{5}), 5}, {Variant(), 0},
+    const Case cases[] = {{Variant("7"), 7},    {Variant("12abc"), 12},        {Variant("abc"), 0},
+                          {Variant(" 42"), 42}, {Variant(std::int16_t{5}), 5}, {Variant(), 0},
                           {Variant(""), 0}};
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         context.values["UsuarioActual"] = cases[i].value;

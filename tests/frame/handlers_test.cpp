@@ -1,16 +1,17 @@
+#include "kvlnmov/frame/handlers.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <stdexcept>
 
-#include "kvlnmov/frame/handlers.h"
 #include "kvlnmov/frame/library.h"
 
 namespace kvlnmov {
 namespace {
 
 class HandlersTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         resetLibrary();
         ui_ = std::make_shared<RecordingUserInterface>();
@@ -50,9 +51,9 @@ struct RetryCase {
     const char* name;
     RetryKind kind;
     std::int32_t number;
-    int failures;        // how many times the statement fails before succeeding
-    bool succeeds;       // the operation's outcome
-    int expectedRuns;    // times the statement ran
+    int failures;      // how many times the statement fails before succeeding
+    bool succeeds;     // the operation's outcome
+    int expectedRuns;  // times the statement ran
     int expectedYields;
     const char* expectedSource;  // for a failure
 };

@@ -71,7 +71,7 @@ struct Line {
 
 /// The accumulation rules, written here independently of the library.
 class BalanceModel {
-public:
+  public:
     explicit BalanceModel(std::vector<std::int16_t> levels) : levels_(std::move(levels)) {}
 
     /// The intended change of one call to every row it touches.
@@ -128,7 +128,7 @@ public:
         return 0;
     }
 
-private:
+  private:
     std::vector<std::string> rowsOf(const std::string& account) const {
         std::vector<std::string> rows{account};
         for (std::size_t i = 0; i + 1 < levels_.size(); ++i) {
@@ -174,7 +174,7 @@ struct Entry {
 };
 
 class BalanceInvariantTest : public JournalTest {
-protected:
+  protected:
     void SetUp() override {
         JournalTest::SetUp();
         model_ = std::make_unique<BalanceModel>(context_->levelLengths);
@@ -185,18 +185,16 @@ protected:
     int pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(random_); }
     bool chance(int percent) { return pick(100) < percent; }
 
-    Date randomDate() {
-        return Date::fromSerial(Date::ymd(2026, 1, 1).serial() + pick(365));
-    }
+    Date randomDate() { return Date::fromSerial(Date::ymd(2026, 1, 1).serial() + pick(365)); }
     Currency randomAmount() {
         if (chance(10)) return Currency::fromRaw(1 + pick(99999));  // ten-thousandths
         return Currency::fromRaw(100 * (1 + pick(500000)));
     }
     std::string randomAccount() {
         static const std::vector<std::string> accounts{
-            "43000001", "43000002", "43100001", "40000001", "40000002", "57200001",
-            "57200002", "70000001", "70500001", "62600001", "62300001", "47700021",
-            "47200021", "47510001", "10000001"};
+            "43000001", "43000002", "43100001", "40000001", "40000002",
+            "57200001", "57200002", "70000001", "70500001", "62600001",
+            "62300001", "47700021", "47200021", "47510001", "10000001"};
         return accounts[static_cast<std::size_t>(pick(static_cast<int>(accounts.size())))];
     }
 
@@ -217,10 +215,11 @@ protected:
 
     std::vector<Line> lines(const std::string& condition = "") {
         db::Recordset rows;
-        rows.Open("SELECT Apunte, Cod_Asiento, Fecha_Asiento, Cuenta, Dpto, Debe, Haber, Punteo "
-                  "FROM Movimientos WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026" +
-                      condition + " ORDER BY Apunte",
-                  connection_);
+        rows.Open(
+            "SELECT Apunte, Cod_Asiento, Fecha_Asiento, Cuenta, Dpto, Debe, Haber, Punteo "
+            "FROM Movimientos WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026" +
+                condition + " ORDER BY Apunte",
+            connection_);
         std::vector<Line> found;
         for (; !rows.Eof(); rows.MoveNext()) {
             found.push_back({rows.Fields("Apunte").toLong(), rows.Fields("Cod_Asiento").toLong(),
@@ -281,8 +280,13 @@ protected:
     void insertLine() {
         const Entry* entry = randomEntry(false);
         if (!entry) return createEntry();
-        Line line{0, entry->number, entry->date, randomAccount(),
-                  static_cast<std::int16_t>(pick(4)), Currency(), Currency(),
+        Line line{0,
+                  entry->number,
+                  entry->date,
+                  randomAccount(),
+                  static_cast<std::int16_t>(pick(4)),
+                  Currency(),
+                  Currency(),
                   static_cast<std::int16_t>(pick(2))};
         (chance(50) ? line.debit : line.credit) = randomAmount();
         if (chance(3)) line.credit = randomAmount();  // both sides: only the debit counts
@@ -425,7 +429,8 @@ protected:
                 columns += ", D" + std::to_string(p) + ", H" + std::to_string(p);
             }
             db::Recordset rows;
-            rows.Open("SELECT " + columns + (departments ? ", Dpto FROM Acumulados_Dpto" : " FROM Acumulados"),
+            rows.Open("SELECT " + columns +
+                          (departments ? ", Dpto FROM Acumulados_Dpto" : " FROM Acumulados"),
                       connection_);
             for (; !rows.Eof(); rows.MoveNext()) {
                 Key key{rows.Fields("Cuenta").toText(),
@@ -448,11 +453,12 @@ protected:
         db::Recordset headers;
         headers.Open("SELECT Codigo, Cierre, Fecha FROM Asientos", connection_);
         for (; !headers.Eof(); headers.MoveNext()) {
-            bool closing = !headers.Fields("Cierre").isNull() && headers.Fields("Cierre").toBoolean();
+            bool closing =
+                !headers.Fields("Cierre").isNull() && headers.Fields("Cierre").toBoolean();
             kinds[headers.Fields("Codigo").toLong()] =
-                !closing ? Kind::Ordinary
-                         : headers.Fields("Fecha").toDate() == context_->firstDay ? Kind::Opening
-                                                                                  : Kind::Closing;
+                !closing                                                 ? Kind::Ordinary
+                : headers.Fields("Fecha").toDate() == context_->firstDay ? Kind::Opening
+                                                                         : Kind::Closing;
         }
         std::map<Key, Columns> expected = model_->ghosts();
         for (const Line& line : lines()) {
@@ -471,8 +477,8 @@ protected:
         for (const auto& [key, columns] : actual) {
             auto level = levels.find(key);
             ASSERT_NE(level, levels.end()) << "unexpected row " << key.first << "/" << key.second;
-            EXPECT_EQ(columns.level, level->second)
-                << "Nivel of " << key.first << "/" << key.second << " after operation " << operation;
+            EXPECT_EQ(columns.level, level->second) << "Nivel of " << key.first << "/" << key.second
+                                                    << " after operation " << operation;
             Columns want = expected.count(key) ? expected.at(key) : Columns{};
             want.level = level->second;
             ASSERT_TRUE(columns.sameAmounts(want))

@@ -21,14 +21,12 @@ namespace {
 const std::vector<std::string> kAccounts{"43000001", "70000001"};
 
 class ConcurrentPostingTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         resetLibrary();
         setUserInterface(std::make_shared<RecordingUserInterface>());
     }
-    void TearDown() override {
-        resetLibrary();
-    }
+    void TearDown() override { resetLibrary(); }
 
     db::ConnectionRef open() { return database_.connect(10000); }
 
@@ -118,9 +116,10 @@ TEST_F(ConcurrentPostingTest, TwoProcessesLoseNoAmountAndShareNoLineNumber) {
         EXPECT_EQ(balance.Fields("H3").toCurrency(), sums.Fields("H").toCurrency()) << row;
         for (int department = 0; department < 3; ++department) {
             db::Recordset part;
-            part.Open("SELECT SUM(Debe) AS D, SUM(Haber) AS H FROM Movimientos WHERE Cuenta LIKE '" +
-                          row + "%' AND Dpto = " + std::to_string(department),
-                      connection);
+            part.Open(
+                "SELECT SUM(Debe) AS D, SUM(Haber) AS H FROM Movimientos WHERE Cuenta LIKE '" +
+                    row + "%' AND Dpto = " + std::to_string(department),
+                connection);
             db::Recordset departmentBalance;
             departmentBalance.Open("SELECT D3, H3 FROM Acumulados_Dpto WHERE Cuenta = '" + row +
                                        "' AND Dpto = " + std::to_string(department),
@@ -134,7 +133,7 @@ TEST_F(ConcurrentPostingTest, TwoProcessesLoseNoAmountAndShareNoLineNumber) {
 
 /// Inserts the balance row another workstation creates at the moment this one is about to.
 class RowCreatedMeanwhile : public db::StatementObserver {
-public:
+  public:
     explicit RowCreatedMeanwhile(db::ConnectionRef other) : other_(std::move(other)) {}
     void statementSent(std::string_view text) override {
         if (done_ || text.rfind("INSERT INTO Acumulados (", 0) != 0 ||
@@ -147,7 +146,7 @@ public:
             "2026, '43000009', 5, 50)");
     }
 
-private:
+  private:
     db::ConnectionRef other_;
     bool done_ = false;
 };
@@ -177,8 +176,8 @@ TEST_F(ConcurrentPostingTest, TheLoserOfARaceToCreateABalanceRowGetsTheKeyViolat
     } catch (const Error& error) {
         EXPECT_EQ(error.number(), errc::kIntegrity);
         EXPECT_EQ(error.source(), "clsMov::Insertar");
-        EXPECT_EQ(error.description().rfind("Violation of PRIMARY KEY constraint 'PK_Acumulados'", 0),
-                  0u)
+        EXPECT_EQ(
+            error.description().rfind("Violation of PRIMARY KEY constraint 'PK_Acumulados'", 0), 0u)
             << error.description();
     }
     EXPECT_EQ(ui->yields, 6);

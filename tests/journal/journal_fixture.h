@@ -16,7 +16,8 @@
 
 namespace kvlnmov::testing {
 
-inline std::shared_ptr<SettableContext> exerciseContext(std::vector<std::int16_t> levels = {1, 2, 3, 4, 8}) {
+inline std::shared_ptr<SettableContext> exerciseContext(std::vector<std::int16_t> levels = {1, 2, 3,
+                                                                                            4, 8}) {
     auto context = std::make_shared<SettableContext>();
     context->company = 1;
     context->exercise = 2026;
@@ -43,7 +44,7 @@ inline void createCompany(db::Connection& connection, const SettableContext& con
 
 /// Library state reset, a quiet user interface, and a connection to a fresh company database.
 class JournalTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         resetLibrary();
         setRegional(Regional{});

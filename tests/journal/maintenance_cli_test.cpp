@@ -11,7 +11,6 @@ namespace {
 
 using CommandRun = ToolRun;
 
-
 class MaintenanceCommandTest : public MaintenanceTest {
   protected:
     void SetUp() override {

@@ -1,19 +1,20 @@
 // Late binding: creating objects by name and reaching their members with Variant values, and
 // the library-wide connection the objects share.
 
+#include "kvlnmov/registration/registry.h"
+
 #include <gtest/gtest.h>
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/library.h"
-#include "kvlnmov/registration/registry.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::registration {
 namespace {
 
 class RegistryTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { resetLibrary(); }
     void TearDown() override { resetLibrary(); }
 
@@ -81,7 +82,8 @@ TEST_F(RegistryTest, MembersAreCheckedAsALateBoundCallerExpects) {
     expectError(451, [&] { getProperty(*book, "Conexion"); });
     expectError(451, [&] { getProperty(*book, "Cuota", {Variant(std::int16_t{0})}); });
     expectError(450, [&] { invoke(*book, "Insertar", {Variant(1)}); });
-    expectError(errc::kArgumentNotOptional, [&] { invoke(*book, "Cambiar_Asiento", {Variant(1)}); });
+    expectError(errc::kArgumentNotOptional,
+                [&] { invoke(*book, "Cambiar_Asiento", {Variant(1)}); });
 
     putProperty(*book, "Cantidad", Variant(std::int16_t{2}));
     putProperty(*book, "Base", Variant("10,5"), {Variant(std::int16_t{1})});

@@ -15,7 +15,7 @@ namespace kvlnmov {
 /// implicitly from or to floating point; `fromDouble` and `toDouble` are explicit.
 /// Arithmetic that leaves the range raises error 6 "Overflow".
 class Currency {
-public:
+  public:
     static constexpr std::int64_t kScale = 10000;
 
     constexpr Currency() = default;
@@ -61,7 +61,7 @@ public:
 
     constexpr auto operator<=>(const Currency&) const = default;
 
-private:
+  private:
     std::int64_t raw_ = 0;
 };
 

@@ -14,7 +14,7 @@ namespace kvlnmov {
 /// the range 1 January 100 to 31 December 9999. Days are counted as the language counts
 /// them: serial 0 is 30 December 1899, 1 January 1900 is serial 2.
 class Date {
-public:
+  public:
     /// 30 December 1899, midnight (the zero date).
     constexpr Date() = default;
 
@@ -76,7 +76,7 @@ public:
 
     constexpr auto operator<=>(const Date&) const = default;
 
-private:
+  private:
     std::int32_t serial_ = 0;
     std::int32_t millisecond_ = 0;
 };

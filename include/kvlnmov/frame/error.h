@@ -10,7 +10,7 @@ namespace kvlnmov {
 /// description, as an application reads them from a raised error. Every operation, property
 /// and provider reports failures only through this type.
 class Error : public std::runtime_error {
-public:
+  public:
     /// `nativeError` keeps the database's own error code (SQLite result code, ODBC native
     /// error) when the error comes from a provider; 0 otherwise.
     Error(std::int32_t number, std::string source, std::string description,
@@ -24,7 +24,7 @@ public:
     /// The same error raised again under another source (what an operation's handler does).
     Error withSource(std::string source) const;
 
-private:
+  private:
     std::int32_t number_;
     std::string source_;
     std::string description_;
@@ -48,13 +48,13 @@ inline constexpr std::int32_t kArgumentNotOptional = 449;
 /// First code of the object-defined range (hexadecimal 80040001): obsolete properties.
 inline constexpr std::int32_t kObsoleteProperty = -2147221503;
 /// Provider errors as an ADO client receives them from SQL Server.
-inline constexpr std::int32_t kSyntax = -2147217900;          ///< syntax, invalid column
-inline constexpr std::int32_t kInvalidObject = -2147217865;   ///< invalid object name
-inline constexpr std::int32_t kIntegrity = -2147217873;       ///< key or NOT NULL violation
-inline constexpr std::int32_t kTimeout = -2147217871;         ///< query timeout (busy/locked)
-inline constexpr std::int32_t kConversion = -2147217913;      ///< bad date/number conversion
-inline constexpr std::int32_t kDataOverflow = -2147217833;    ///< truncation, arithmetic overflow
-inline constexpr std::int32_t kProviderGeneric = -2147467259; ///< any other provider failure
+inline constexpr std::int32_t kSyntax = -2147217900;           ///< syntax, invalid column
+inline constexpr std::int32_t kInvalidObject = -2147217865;    ///< invalid object name
+inline constexpr std::int32_t kIntegrity = -2147217873;        ///< key or NOT NULL violation
+inline constexpr std::int32_t kTimeout = -2147217871;          ///< query timeout (busy/locked)
+inline constexpr std::int32_t kConversion = -2147217913;       ///< bad date/number conversion
+inline constexpr std::int32_t kDataOverflow = -2147217833;     ///< truncation, arithmetic overflow
+inline constexpr std::int32_t kProviderGeneric = -2147467259;  ///< any other provider failure
 }  // namespace errc
 
 /// Source given to the runtime errors raised by the library's value conversions.

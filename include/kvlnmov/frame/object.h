@@ -9,7 +9,7 @@ namespace kvlnmov {
 /// connections, context objects. Objects are shared: whoever holds a reference keeps the
 /// object alive, and the object ends (its destructor runs) when the last reference goes.
 class Object : public std::enable_shared_from_this<Object> {
-public:
+  public:
     virtual ~Object() = default;
     /// The class name as the application knows it ("clsMov", "Recordset").
     virtual std::string className() const = 0;

@@ -44,7 +44,7 @@ enum class VariantType {
 ///   "1E-05") where the plain form would need more.
 /// - Texts may also hold a hexadecimal number "&H..." (up to eight digits, a 32-bit pattern).
 class Variant {
-public:
+  public:
     struct NullTag {
         bool operator==(const NullTag&) const = default;
     };
@@ -93,9 +93,9 @@ public:
     /// expected values; not the language's "=" operator.
     bool operator==(const Variant& other) const = default;
 
-private:
-    std::variant<std::monostate, NullTag, bool, std::uint8_t, std::int16_t, std::int32_t,
-                 Currency, double, Date, std::string, ObjectRef>
+  private:
+    std::variant<std::monostate, NullTag, bool, std::uint8_t, std::int16_t, std::int32_t, Currency,
+                 double, Date, std::string, ObjectRef>
         value_;
 };
 

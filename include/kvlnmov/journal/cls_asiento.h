@@ -23,7 +23,7 @@ namespace kvlnmov {
 /// "clsAsiento:Insertar", "clsAsiento:Eliminar", "clsAsiento:Bloqueo". Setting `Conexion` on
 /// an entry header always replaces the library-wide connection.
 class clsAsiento : public BusinessObject {
-public:
+  public:
     clsAsiento();
     ~clsAsiento() override;
     std::string className() const override { return "clsAsiento"; }
@@ -89,7 +89,7 @@ public:
     /// Writes `Usuario` and `Observaciones` to the header.
     void Modificar_Observaciones();
 
-private:
+  private:
     std::int32_t codigo_ = 0;
     bool cierre_ = false;
     bool nulo_ = false;

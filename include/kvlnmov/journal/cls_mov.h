@@ -25,7 +25,7 @@ namespace kvlnmov {
 /// times, yielding to the application between attempts) unless stated otherwise; checks
 /// raise error 1000 with the sources given below.
 class clsMov : public BusinessObject {
-public:
+  public:
     clsMov();
     ~clsMov() override;
     std::string className() const override { return "clsMov"; }
@@ -129,8 +129,7 @@ public:
                     Currency curDebe, Currency curHaber);
     /// Fills the placeholder "%name$width%" chosen by `strMask` in `strConcepto` with the first
     /// width characters of `strValor`.
-    std::string AjustarConcepto(std::string strConcepto, std::string strMask,
-                                std::string strValor);
+    std::string AjustarConcepto(std::string strConcepto, std::string strMask, std::string strValor);
     /// Links line `lngApunte` to its SII invoice record in `Movimientos_SII` (updates the row of
     /// the same key or inserts one); the result is always Empty. No handler of its own.
     Variant InsertarSII(std::int32_t lngApunte, std::int16_t intTipoLibro,
@@ -140,7 +139,7 @@ public:
     /// between departments when the department changed.
     bool Modificar_F7();
 
-private:
+  private:
     /// The closed-exercise check shared by Insertar, Modificar, Eliminar and Modificar_F7.
     void checkOpenExercise(RetryHandler& handler);
     /// The stored line `Apunte` (entry, date, account, department, amounts), if it exists.

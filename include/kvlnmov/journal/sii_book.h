@@ -15,7 +15,7 @@ namespace kvlnmov {
 /// an invoice. Annulling an entry hands each SII record of its lines to the book of its type
 /// (1 or 2), which removes the invoice record `IDLibroFactura` from the register.
 class SiiInvoiceBook : public Object {
-public:
+  public:
     std::string className() const override { return "SiiInvoiceBook"; }
     virtual void Conexion(db::ConnectionRef connection) = 0;
     virtual void cEmpresa(cEmpresaRef context) = 0;

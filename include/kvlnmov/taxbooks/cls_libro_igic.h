@@ -22,7 +22,7 @@ namespace kvlnmov {
 /// "Libro<T>::Modificar", "Libro<T>::Eliminar", "clsLibro<T>::Cambiar_Asiento" and
 /// "clsMov::Cambiar_Cuenta", <T> being the book table ("Igic" or "Iva").
 class clsLibroIgic : public BusinessObject {
-public:
+  public:
     std::string className() const override { return "clsLibroIgic"; }
 
     std::int32_t Apunte() const { return apunte_; }
@@ -80,7 +80,7 @@ public:
     bool Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF, std::string strCuentaD,
                         Date dteFechaI, Date dteFechaF, std::int16_t intPunteo);
 
-private:
+  private:
     struct RateLine {
         std::int16_t operacion = 0;
         Currency base;

@@ -127,7 +127,8 @@ void LiveCatalog::reload() {
     std::vector<std::string> names;
     forEachRow(db_, kTableNamesSql,
                [&](sqlite3_stmt* statement) { names.push_back(columnText(statement, 0)); });
-    for (const std::string& name : names) tables.emplace(text::lowerAscii(name), describeTable(db_, name));
+    for (const std::string& name : names)
+        tables.emplace(text::lowerAscii(name), describeTable(db_, name));
     tables_ = std::move(tables);
     version_ = version;
 }

@@ -4,12 +4,13 @@
 // connections (or processes) can never be given the same number.
 
 #include "db/sqlite/procedures.h"
-#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <limits>
+
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::db::sqlite {
 

@@ -59,8 +59,8 @@ void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::
         std::string column;
         std::string clause;
         if (kind == EntryKind::Ordinary) {
-            std::string period = std::to_string(context.PeriodoMes(
-                static_cast<std::int16_t>(dteFecha.month())));
+            std::string period =
+                std::to_string(context.PeriodoMes(static_cast<std::int16_t>(dteFecha.month())));
             column = (debit ? "D" : "H") + period;
             clause = column + " = " + column + " + (" + amount + ")";
         } else {
@@ -82,11 +82,11 @@ void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::
             if (changed == 0) {
                 // A new row takes the value as it is, even where the clause subtracts it.
                 handler.statement([&] {
-                    connection().Execute("INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, "
-                                         "Cuenta, Nivel, " +
-                                         column + ") VALUES (" + company + ", " + exercise +
-                                         ", '" + account + "', " + levelText + ", " + amount +
-                                         ")");
+                    connection().Execute(
+                        "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, "
+                        "Cuenta, Nivel, " +
+                        column + ") VALUES (" + company + ", " + exercise + ", '" + account +
+                        "', " + levelText + ", " + amount + ")");
                 });
             }
             changed = handler.statement([&] {

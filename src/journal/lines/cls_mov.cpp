@@ -1,9 +1,9 @@
 #include "kvlnmov/journal/cls_mov.h"
 
+#include "journal/open_exercise.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/obsolete.h"
 #include "kvlnmov/frame/sql_text.h"
-#include "journal/open_exercise.h"
 
 namespace kvlnmov {
 
@@ -50,10 +50,9 @@ void clsMov::checkOpenExercise(RetryHandler& handler) {
 std::optional<clsMov::StoredLine> clsMov::readStoredLine(RetryHandler& handler) {
     return handler.statement([&]() -> std::optional<StoredLine> {
         db::Recordset row;
-        row.Open(
-            "SELECT Cod_Asiento, Fecha_Asiento, Cuenta, Dpto, Debe, Haber FROM Movimientos" +
-                keyClause(),
-            connectionRef());
+        row.Open("SELECT Cod_Asiento, Fecha_Asiento, Cuenta, Dpto, Debe, Haber FROM Movimientos" +
+                     keyClause(),
+                 connectionRef());
         if (row.Eof()) return std::nullopt;
         StoredLine line;
         line.asiento = row.Fields("Cod_Asiento").toLong();
