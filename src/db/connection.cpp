@@ -110,4 +110,19 @@ void Connection::unregisterRecordset(Recordset* recordset) {
     std::erase(openRecordsets_, recordset);
 }
 
+namespace {
+
+class EmptyCursor : public Cursor {
+  public:
+    const std::vector<ColumnInfo>& columns() const override { return columns_; }
+    bool next(std::vector<Variant>&) override { return false; }
+
+  private:
+    std::vector<ColumnInfo> columns_;
+};
+
+}  // namespace
+
+std::unique_ptr<Cursor> makeEmptyCursor() { return std::make_unique<EmptyCursor>(); }
+
 }  // namespace kvlnmov::db

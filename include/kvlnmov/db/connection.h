@@ -119,4 +119,7 @@ class Cursor {
     virtual bool next(std::vector<Variant>& row) = 0;
 };
 
+/// The cursor of a statement that returns no rows (a change opened as a query).
+std::unique_ptr<Cursor> makeEmptyCursor();
+
 }  // namespace kvlnmov::db

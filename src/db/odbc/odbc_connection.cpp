@@ -9,21 +9,12 @@
 #include "kvlnmov/db/command.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/regional.h"
-#include "kvlnmov/schema/schema.h"
 #include "kvlnmov/frame/text.h"
+#include "kvlnmov/schema/schema.h"
 
 namespace kvlnmov::db::odbc {
 
 namespace {
-
-class EmptyCursor : public Cursor {
-  public:
-    const std::vector<ColumnInfo>& columns() const override { return columns_; }
-    bool next(std::vector<Variant>&) override { return false; }
-
-  private:
-    std::vector<ColumnInfo> columns_;
-};
 
 /// How a described column is read.
 enum class Reading { Boolean, Byte, Integer, Long, Currency, Double, Date, Text };
@@ -389,8 +380,6 @@ std::unique_ptr<Cursor> makeDescribedCursor(std::unique_ptr<OdbcStatement> state
     return std::make_unique<DescribedCursor>(std::move(statement));
 }
 
-std::unique_ptr<Cursor> makeEmptyCursor() { return std::make_unique<EmptyCursor>(); }
-
 std::string withoutKeys(std::string_view connectionString, const std::vector<std::string>& keys) {
     std::string result;
     std::size_t start = 0;
@@ -402,8 +391,9 @@ std::string withoutKeys(std::string_view connectionString, const std::vector<std
         const std::string_view key = text::trim(pair.substr(0, equals));
         const bool dropped =
             equals != std::string_view::npos &&
-            std::any_of(keys.begin(), keys.end(),
-                        [&](const std::string& candidate) { return text::equalsIgnoringCase(key, candidate); });
+            std::any_of(keys.begin(), keys.end(), [&](const std::string& candidate) {
+                return text::equalsIgnoringCase(key, candidate);
+            });
         if (!dropped && !text::trim(pair).empty()) {
             if (!result.empty()) result += ';';
             result += pair;

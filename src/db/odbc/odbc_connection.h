@@ -54,6 +54,5 @@ std::unique_ptr<Cursor> makeDescribedCursor(std::unique_ptr<OdbcStatement> state
 Variant currencyFromText(std::string_view text, const std::string& source);
 
 /// The cursor of a statement that returns no rows.
-std::unique_ptr<Cursor> makeEmptyCursor();
 
 }  // namespace kvlnmov::db::odbc

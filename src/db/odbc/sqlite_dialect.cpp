@@ -8,8 +8,8 @@
 #include "db/sqlite/result_value.h"
 #include "db/sqlite/table_description.h"
 #include "kvlnmov/frame/regional.h"
-#include "kvlnmov/schema/schema.h"
 #include "kvlnmov/frame/text.h"
+#include "kvlnmov/schema/schema.h"
 
 namespace kvlnmov::db::odbc {
 
@@ -17,20 +17,6 @@ namespace {
 
 using sqlite::SqlValue;
 using sqlite::StatementKind;
-
-std::string_view operationName(StatementKind kind) {
-    switch (kind) {
-        case StatementKind::Update:
-            return "UPDATE";
-        case StatementKind::Delete:
-            return "DELETE";
-        case StatementKind::Select:
-            return "SELECT";
-        case StatementKind::Insert:
-            break;
-    }
-    return "INSERT";
-}
 
 std::int64_t wholeNumber(const std::optional<std::string>& text) {
     if (!text) return 0;
@@ -221,7 +207,8 @@ sqlite::Translation SqliteDialect::translate(std::string_view text) {
 std::int32_t SqliteDialect::execute(std::string_view text) { return run(translate(text)); }
 
 std::int32_t SqliteDialect::run(const sqlite::Translation& translation) {
-    auto statement = run(translation.sql, translation.parameters, operationName(translation.kind));
+    auto statement =
+        run(translation.sql, translation.parameters, sqlite::kindName(translation.kind));
     if (translation.kind == StatementKind::Select) return -1;
     // A change that matched no row is answered with SQL_NO_DATA and a count of 0.
     const std::int64_t changed = std::max<std::int64_t>(statement->rowCount(), 0);

@@ -14,30 +14,6 @@ namespace {
 /// Prepared statements kept per connection.
 constexpr std::size_t kStatementCacheSize = 256;
 
-std::string_view operationName(StatementKind kind) {
-    switch (kind) {
-        case StatementKind::Update:
-            return "UPDATE";
-        case StatementKind::Delete:
-            return "DELETE";
-        case StatementKind::Select:
-            return "SELECT";
-        case StatementKind::Insert:
-            break;
-    }
-    return "INSERT";
-}
-
-/// The cursor of a statement that returns no rows (a change opened as a query).
-class EmptyCursor : public Cursor {
-  public:
-    const std::vector<ColumnInfo>& columns() const override { return columns_; }
-    bool next(std::vector<Variant>&) override { return false; }
-
-  private:
-    std::vector<ColumnInfo> columns_;
-};
-
 }  // namespace
 
 void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters) {
@@ -87,8 +63,7 @@ std::int32_t SqliteConnection::run(const Translation& translation) {
     int resultCode;
     while ((resultCode = sqlite3_step(lease.get())) == SQLITE_ROW) {
     }
-    if (resultCode != SQLITE_DONE)
-        throw sqliteError(db, resultCode, operationName(translation.kind));
+    if (resultCode != SQLITE_DONE) throw sqliteError(db, resultCode, kindName(translation.kind));
     if (translation.kind == StatementKind::Select) return -1;
     const std::int64_t changed = sqlite3_changes64(db);
     if (translation.kind == StatementKind::Insert) {
@@ -110,7 +85,7 @@ std::unique_ptr<Cursor> SqliteConnection::openCursor(std::string_view text) {
     const Translation translation = translate(text);
     if (translation.kind != StatementKind::Select) {
         run(translation);
-        return std::make_unique<EmptyCursor>();
+        return makeEmptyCursor();
     }
     StatementCache::Lease lease = statements_.acquire(translation.sql);
     bindParameters(db_.get(), lease.get(), translation.parameters);

@@ -89,6 +89,20 @@ StatementKind kindOf(tsql::Statement::Kind kind) {
 
 }  // namespace
 
+std::string_view kindName(StatementKind kind) {
+    switch (kind) {
+        case StatementKind::Update:
+            return "UPDATE";
+        case StatementKind::Delete:
+            return "DELETE";
+        case StatementKind::Select:
+            return "SELECT";
+        case StatementKind::Insert:
+            break;
+    }
+    return "INSERT";
+}
+
 struct Translator::Impl {
     Impl(const Catalog& catalog, std::string providerName)
         : catalog(catalog), errors(std::move(providerName)) {}

@@ -37,6 +37,9 @@ struct SessionState {
 
 enum class StatementKind { Select, Insert, Update, Delete };
 
+/// The statement's verb ("SELECT", "INSERT", ...), as error texts name the operation.
+std::string_view kindName(StatementKind kind);
+
 /// A result column: its name as SQL Server names it (the alias, the column's own name, or an
 /// empty text for an unnamed expression) and the SQL Server type of its expression.
 struct ResultColumn {
