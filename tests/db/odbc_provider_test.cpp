@@ -18,34 +18,19 @@
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/regional.h"
+#include "support/rows.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::db::odbc {
 namespace {
 
-using Rows = std::vector<std::vector<Variant>>;
+using kvlnmov::testing::errorOf;
+using kvlnmov::testing::Rows;
 using kvlnmov::testing::TestDatabase;
 using kvlnmov::testing::TestProvider;
 
-Error errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error;
-    }
-    return Error(0, "", "");
-}
-
 Rows query(const ConnectionRef& connection, std::string_view sql) {
-    Recordset recordset;
-    recordset.Open(sql, connection);
-    Rows rows;
-    for (; !recordset.Eof(); recordset.MoveNext()) {
-        std::vector<Variant> row;
-        for (int i = 0; i < recordset.FieldCount(); ++i) row.push_back(recordset.Fields(i));
-        rows.push_back(std::move(row));
-    }
-    return rows;
+    return kvlnmov::testing::queryRows(connection, sql);
 }
 
 std::string sqliteDriver() {

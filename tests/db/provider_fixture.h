@@ -13,6 +13,7 @@
 #include "kvlnmov/db/command.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
+#include "support/rows.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::db::testing {
@@ -20,20 +21,12 @@ namespace kvlnmov::db::testing {
 /// The source of the errors of the provider under test.
 inline const std::string kProvider = kvlnmov::testing::testProviderName();
 
-using Rows = std::vector<std::vector<Variant>>;
+using kvlnmov::testing::errorOf;
+using kvlnmov::testing::Rows;
 
 /// Every row of `query` on `connection`.
 inline Rows query(const ConnectionRef& connection, std::string_view sql) {
-    Recordset recordset;
-    recordset.Open(sql, connection);
-    Rows rows;
-    for (; !recordset.Eof(); recordset.MoveNext()) {
-        std::vector<Variant> row;
-        for (int i = 0; i < recordset.FieldCount(); ++i) row.push_back(recordset.Fields(i));
-        rows.push_back(std::move(row));
-    }
-    recordset.Close();
-    return rows;
+    return kvlnmov::testing::queryRows(connection, sql);
 }
 
 /// The single value of a one-row, one-column query.
@@ -44,16 +37,6 @@ inline Variant scalar(const ConnectionRef& connection, std::string_view sql) {
         return {};
     }
     return rows[0][0];
-}
-
-/// The error `action` raises (number 0 and an empty text when it raises none).
-inline Error errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error;
-    }
-    return Error(0, "", "");
 }
 
 inline std::int16_t i16(int value) { return static_cast<std::int16_t>(value); }

@@ -18,11 +18,10 @@
 #include "kvlnmov/frame/context.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/frame/regional.h"
+#include "support/rows.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::testing {
-
-using Rows = std::vector<std::vector<Variant>>;
 
 /// Keeps every text the connection receives.
 class StatementLog : public db::StatementObserver {
@@ -30,16 +29,6 @@ class StatementLog : public db::StatementObserver {
     void statementSent(std::string_view text) override { texts.emplace_back(text); }
     std::vector<std::string> texts;
 };
-
-/// The error `action` raises (number 0 and empty texts when it raises none).
-inline Error errorOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const Error& error) {
-        return error;
-    }
-    return Error(0, "", "");
-}
 
 class CompanyTest : public ::testing::Test {
   protected:
@@ -85,18 +74,7 @@ class CompanyTest : public ::testing::Test {
     }
 
     /// Every row of `sql`.
-    Rows query(std::string_view sql) {
-        db::Recordset recordset;
-        recordset.Open(sql, db);
-        Rows rows;
-        for (; !recordset.Eof(); recordset.MoveNext()) {
-            std::vector<Variant> row;
-            for (int i = 0; i < recordset.FieldCount(); ++i) row.push_back(recordset.Fields(i));
-            rows.push_back(std::move(row));
-        }
-        recordset.Close();
-        return rows;
-    }
+    Rows query(std::string_view sql) { return queryRows(db, sql); }
 
     /// The texts sent since the last call, which forgets them.
     std::vector<std::string> takeSent() {
