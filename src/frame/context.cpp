@@ -1,13 +1,12 @@
 #include "kvlnmov/frame/context.h"
-#include "kvlnmov/frame/text.h"
 
 #include <algorithm>
 #include <cctype>
 
-namespace kvlnmov {
+#include "kvlnmov/frame/error.h"
+#include "kvlnmov/frame/text.h"
 
-namespace {
-}  // namespace
+namespace kvlnmov {
 
 std::int16_t SettableContext::Niveles() { return static_cast<std::int16_t>(levelLengths.size()); }
 
@@ -27,6 +26,13 @@ std::int16_t SettableContext::EjercicioFecha(Date date) {
     }
     if (firstDay <= day && day <= lastDay) return exercise;
     return static_cast<std::int16_t>(day.year());
+}
+
+void checkDatesInExercise(cEmpresa& context, const std::string& source, Date first, Date last) {
+    if (first < context.FechaInicio() || first > context.FechaFin())
+        throw Error(errc::kCheck, source, "Fecha inicial fuera de ejercicio contable");
+    if (last < context.FechaInicio() || last > context.FechaFin())
+        throw Error(errc::kCheck, source, "Fecha final fuera de ejercicio contable");
 }
 
 std::int16_t SettableContext::PeriodoMes(std::int16_t month) {

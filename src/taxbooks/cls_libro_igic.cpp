@@ -4,6 +4,7 @@
 #include "kvlnmov/frame/obsolete.h"
 #include "kvlnmov/frame/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
+#include "taxbooks/book_statements.h"
 
 namespace kvlnmov {
 
@@ -29,7 +30,9 @@ const clsLibroIgic::RateLine& clsLibroIgic::line(std::int16_t index) const {
 }
 
 std::int16_t clsLibroIgic::Operacion(std::int16_t index) const { return line(index).operacion; }
-void clsLibroIgic::Operacion(std::int16_t index, std::int16_t value) { line(index).operacion = value; }
+void clsLibroIgic::Operacion(std::int16_t index, std::int16_t value) {
+    line(index).operacion = value;
+}
 Currency clsLibroIgic::Base(std::int16_t index) const { return line(index).base; }
 void clsLibroIgic::Base(std::int16_t index, Currency value) { line(index).base = value; }
 std::int16_t clsLibroIgic::Tipo(std::int16_t index) const { return line(index).tipo; }
@@ -68,7 +71,8 @@ bool clsLibroIgic::Modificar() {
             throw Error(errc::kCheck, source, "Fecha fuera de ejercicio contable");
         }
         // A record of the same line kept under the other tax goes as well.
-        std::string key = sql::whereCompanyExercise(context) + " AND Apunte =" + sql::integer(apunte_);
+        std::string key =
+            sql::whereCompanyExercise(context) + " AND Apunte =" + sql::integer(apunte_);
         for (const char* table : {"Igic", "Iva", "Igic_Lineas", "Iva_Lineas"}) {
             connection().Execute(std::string("DELETE FROM ") + table + key);
         }
@@ -87,9 +91,9 @@ void clsLibroIgic::writeRecord() {
         sql::integer(context.Cod_Empresa()) + ", " + sql::integer(context.Cod_Ejercicio()) + ", " +
         sql::integer(apunte_) + ", " + sql::integer(static_cast<std::int32_t>(libro_)) + ", '" +
         sql::date(fecha_) + "', '" + sql::text(cuenta_) + "', '" + sql::text(documento_) + "'" +
-        ", " + sql::integer(asiento_) + ", '" + sql::text(nombre_) + "'" + ", '" +
-        sql::text(nif_) + "'" + ", " + sql::flag(inversionSujetoPasivo_) + ", " +
-        sql::integer(tipoOpTributaria_) + ", " + sql::flag(emitidaPorTerceros_) + ")");
+        ", " + sql::integer(asiento_) + ", '" + sql::text(nombre_) + "'" + ", '" + sql::text(nif_) +
+        "'" + ", " + sql::flag(inversionSujetoPasivo_) + ", " + sql::integer(tipoOpTributaria_) +
+        ", " + sql::flag(emitidaPorTerceros_) + ")");
 
     // Rate lines of the same rate and operation are stored as one. A line that matches any
     // grouped entry is added to the entry added most recently, not necessarily the one it
@@ -116,15 +120,15 @@ void clsLibroIgic::writeRecord() {
     }
     for (std::size_t k = 0; k < grouped.size(); ++k) {
         const RateLine& entry = grouped[k];
-        connection().Execute(
-            "INSERT INTO " + table() +
-            "_Lineas (Cod_Empresa, Cod_Ejercicio, Apunte, NumLinea,"
-            " TipoOp, Base, Tipo, Cuota, Deducible) VALUES (" +
-            sql::integer(context.Cod_Empresa()) + ", " + sql::integer(context.Cod_Ejercicio()) +
-            ", " + sql::integer(apunte_) + ", " + sql::integer(static_cast<std::int64_t>(k) + 1) +
-            ", " + sql::integer(entry.operacion) + ", " + sql::number(entry.base) + ", " +
-            sql::integer(entry.tipo) + ", " + sql::number(entry.cuota) + ", " +
-            sql::number(entry.deducible) + ")");
+        connection().Execute("INSERT INTO " + table() +
+                             "_Lineas (Cod_Empresa, Cod_Ejercicio, Apunte, NumLinea,"
+                             " TipoOp, Base, Tipo, Cuota, Deducible) VALUES (" +
+                             sql::integer(context.Cod_Empresa()) + ", " +
+                             sql::integer(context.Cod_Ejercicio()) + ", " + sql::integer(apunte_) +
+                             ", " + sql::integer(static_cast<std::int64_t>(k) + 1) + ", " +
+                             sql::integer(entry.operacion) + ", " + sql::number(entry.base) + ", " +
+                             sql::integer(entry.tipo) + ", " + sql::number(entry.cuota) + ", " +
+                             sql::number(entry.deducible) + ")");
     }
 }
 
@@ -140,14 +144,8 @@ bool clsLibroIgic::Eliminar() {
 
 bool clsLibroIgic::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
     return plainHandler("clsLibro" + table() + "::Cambiar_Asiento", [&] {
-        auto entry = std::make_shared<clsAsiento>();
-        entry->cEmpresa(empresaRef());
-        entry->Codigo(lngAsiento_Nuevo);
-        entry->Cargar();
-        connection().Execute("UPDATE " + table() + " SET Asiento =" +
-                             sql::integer(lngAsiento_Nuevo) + ", Fecha ='" +
-                             sql::date(entry->Fecha()) + "'" + sql::whereCompanyExercise(empresa()) +
-                             " AND Asiento =" + sql::integer(lngAsiento_Ant));
+        connection().Execute(
+            taxbooks::renumberStatement(table(), empresaRef(), lngAsiento_Ant, lngAsiento_Nuevo));
         return true;
     });
 }
@@ -156,21 +154,9 @@ bool clsLibroIgic::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF
                                   std::string strCuentaD, Date dteFechaI, Date dteFechaF,
                                   std::int16_t intPunteo) {
     return plainHandler("clsMov::Cambiar_Cuenta", [&] {
-        std::string source = "clsLibro" + table() + "::Cambiar_Cuenta";
-        kvlnmov::cEmpresa& context = empresa();
-        if (dteFechaI < context.FechaInicio() || dteFechaI > context.FechaFin()) {
-            throw Error(errc::kCheck, source, "Fecha inicial fuera de ejercicio contable");
-        }
-        if (dteFechaF < context.FechaInicio() || dteFechaF > context.FechaFin()) {
-            throw Error(errc::kCheck, source, "Fecha final fuera de ejercicio contable");
-        }
-        std::string where = sql::whereCompanyExercise(context);
-        std::string range = " AND (Cuenta BETWEEN '" + strCuentaI + "' AND '" + strCuentaF + "')";
-        connection().Execute("UPDATE " + table() + " SET Cuenta ='" + strCuentaD + "'" + where +
-                             range + " AND Apunte IN (SELECT Apunte FROM Movimientos" + where +
-                             range + " AND (Fecha_Asiento BETWEEN '" + sql::date(dteFechaI) +
-                             "' AND '" + sql::date(dteFechaF) + "')" +
-                             sql::reconciliationFilter(intPunteo) + ")");
+        connection().Execute(taxbooks::reassignmentStatement(
+            table(), empresa(), "clsLibro" + table() + "::Cambiar_Cuenta", strCuentaI, strCuentaF,
+            strCuentaD, dteFechaI, dteFechaF, intPunteo));
         return true;
     });
 }

@@ -5,6 +5,7 @@
 #include "kvlnmov/frame/handlers.h"
 #include "kvlnmov/frame/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
+#include "taxbooks/book_statements.h"
 
 namespace kvlnmov {
 
@@ -63,19 +64,8 @@ bool clsLibroIrpf::Eliminar() {
 
 bool clsLibroIrpf::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
     return plainHandler("clsLibroIrpf::Cambiar_Asiento", [&] {
-        // The new entry's date; an entry that cannot be found leaves the zero date.
-        Date entryDate;
-        {
-            auto entry = std::make_shared<clsAsiento>();
-            entry->cEmpresa(empresaRef());
-            entry->Codigo(lngAsiento_Nuevo);
-            entry->Cargar();
-            entryDate = entry->Fecha();
-        }
-        connection().Execute("UPDATE Irpf SET Asiento =" + sql::integer(lngAsiento_Nuevo) +
-                             ", Fecha ='" + sql::date(entryDate) + "'" +
-                             sql::whereCompanyExercise(empresa()) +
-                             " AND Asiento =" + sql::integer(lngAsiento_Ant));
+        connection().Execute(
+            taxbooks::renumberStatement("Irpf", empresaRef(), lngAsiento_Ant, lngAsiento_Nuevo));
         return true;
     });
 }
@@ -84,22 +74,9 @@ bool clsLibroIrpf::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF
                                   std::string strCuentaD, Date dteFechaI, Date dteFechaF,
                                   std::int16_t intPunteo) {
     return plainHandler("clsLibroIrpf::Cambiar_Cuenta", [&] {
-        const std::string source = "clsLibroIrpf::Cambiar_Cuenta";
-        kvlnmov::cEmpresa& context = empresa();
-        if (dteFechaI < context.FechaInicio() || dteFechaI > context.FechaFin()) {
-            throw Error(errc::kCheck, source, "Fecha inicial fuera de ejercicio contable");
-        }
-        if (dteFechaF < context.FechaInicio() || dteFechaF > context.FechaFin()) {
-            throw Error(errc::kCheck, source, "Fecha final fuera de ejercicio contable");
-        }
-        const std::string where = sql::whereCompanyExercise(context);
-        const std::string range = " AND (Cuenta BETWEEN '" + sql::text(strCuentaI) + "' AND '" +
-                                  sql::text(strCuentaF) + "')";
-        connection().Execute("UPDATE Irpf SET Cuenta ='" + sql::text(strCuentaD) + "'" + where +
-                             range + " AND Apunte IN (SELECT Apunte FROM Movimientos" + where +
-                             range + " AND (Fecha_Asiento BETWEEN '" + sql::date(dteFechaI) +
-                             "' AND '" + sql::date(dteFechaF) + "')" +
-                             sql::reconciliationFilter(intPunteo) + ")");
+        connection().Execute(taxbooks::reassignmentStatement(
+            "Irpf", empresa(), "clsLibroIrpf::Cambiar_Cuenta", strCuentaI, strCuentaF, strCuentaD,
+            dteFechaI, dteFechaF, intPunteo));
         return true;
     });
 }

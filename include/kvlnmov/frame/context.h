@@ -51,6 +51,11 @@ class cEmpresa : public Object {
 
 using cEmpresaRef = std::shared_ptr<cEmpresa>;
 
+/// Refuses a date range that does not lie in the working exercise: error 1000 from `source`,
+/// "Fecha inicial fuera de ejercicio contable" for `first`, then "Fecha final fuera de
+/// ejercicio contable" for `last`.
+void checkDatesInExercise(cEmpresa& context, const std::string& source, Date first, Date last);
+
 /// A context whose every value is set by its owner: for tests, scenarios and applications
 /// that keep the company data elsewhere.
 class SettableContext : public cEmpresa {

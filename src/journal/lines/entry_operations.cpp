@@ -70,10 +70,11 @@ bool clsMov::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsient
         std::string to = sql::integer(lngAsiento_Nuevo);
 
         db::Recordset lines;
-        lines.Open("SELECT Fecha_Asiento, Cuenta, Dpto, Debe, Haber FROM Movimientos WHERE "
-                   "Cod_Empresa =" +
-                       e + " AND Cod_Ejercicio =" + x + " AND Cod_Asiento =" + from,
-                   connectionRef());
+        lines.Open(
+            "SELECT Fecha_Asiento, Cuenta, Dpto, Debe, Haber FROM Movimientos WHERE "
+            "Cod_Empresa =" +
+                e + " AND Cod_Ejercicio =" + x + " AND Cod_Asiento =" + from,
+            connectionRef());
         for (; !lines.Eof(); lines.MoveNext()) {
             std::string account = lines.Fields("Cuenta").toText();
             std::int16_t department = lines.Fields("Dpto").toInteger();
@@ -97,8 +98,9 @@ bool clsMov::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsient
             book->Conexion(connectionRef());
             book->Cambiar_Asiento(lngAsiento_Ant, lngAsiento_Nuevo);
         }
-        connection().Execute("UPDATE Previsiones_Pago SET Asiento = " + to + " WHERE Cod_Empresa =" +
-                             e + " AND Cod_EjercicioMov =" + x + " AND Asiento =" + from);
+        connection().Execute("UPDATE Previsiones_Pago SET Asiento = " + to +
+                             " WHERE Cod_Empresa =" + e + " AND Cod_EjercicioMov =" + x +
+                             " AND Asiento =" + from);
         return true;
     });
 }
@@ -106,23 +108,15 @@ bool clsMov::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsient
 std::string clsMov::rangeCondition(const std::string& from, const std::string& to, Date first,
                                    Date last, const std::string& reconciliation) const {
     return " AND (Cuenta BETWEEN '" + from + "' AND '" + to + "')" +
-           " AND (Fecha_Asiento BETWEEN '" + sql::date(first) + "' AND '" + sql::date(last) +
-           "')" + reconciliation;
+           " AND (Fecha_Asiento BETWEEN '" + sql::date(first) + "' AND '" + sql::date(last) + "')" +
+           reconciliation;
 }
 
-bool clsMov::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF,
-                            std::string strCuentaD, Date dteFechaI, Date dteFechaF,
-                            std::int16_t intPunteo) {
+bool clsMov::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF, std::string strCuentaD,
+                            Date dteFechaI, Date dteFechaF, std::int16_t intPunteo) {
     return plainHandler("clsMov::Cambiar_Cuenta", [&] {
         kvlnmov::cEmpresa& context = empresa();
-        if (dteFechaI < context.FechaInicio() || dteFechaI > context.FechaFin()) {
-            throw Error(errc::kCheck, "clsMov::Cambiar_Cuenta",
-                        "Fecha inicial fuera de ejercicio contable");
-        }
-        if (dteFechaF < context.FechaInicio() || dteFechaF > context.FechaFin()) {
-            throw Error(errc::kCheck, "clsMov::Cambiar_Cuenta",
-                        "Fecha final fuera de ejercicio contable");
-        }
+        checkDatesInExercise(context, "clsMov::Cambiar_Cuenta", dteFechaI, dteFechaF);
         std::string p = sql::reconciliationFilter(intPunteo);
         std::string where = sql::whereCompanyExercise(context);
         std::string selection = rangeCondition(strCuentaI, strCuentaF, dteFechaI, dteFechaF, p);
