@@ -119,18 +119,7 @@ class DescribedCursor : public Cursor {
     const std::vector<ColumnInfo>& columns() const override { return columns_; }
 
     bool next(std::vector<Variant>& row) override {
-        if (!statement_) return false;
-        bool fetched = false;
-        try {
-            fetched = statement_->fetch();
-        } catch (...) {
-            statement_.reset();
-            throw;
-        }
-        if (!fetched) {
-            statement_.reset();
-            return false;
-        }
+        if (!fetchOrRelease(statement_)) return false;
         row.clear();
         row.reserve(readings_.size());
         for (std::size_t i = 0; i < readings_.size(); ++i)

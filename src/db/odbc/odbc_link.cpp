@@ -153,6 +153,19 @@ bool OdbcStatement::fetch() {
     return true;
 }
 
+bool fetchOrRelease(std::unique_ptr<OdbcStatement>& statement) {
+    if (!statement) return false;
+    bool fetched = false;
+    try {
+        fetched = statement->fetch();
+    } catch (...) {
+        statement.reset();
+        throw;
+    }
+    if (!fetched) statement.reset();
+    return fetched;
+}
+
 bool OdbcStatement::moreResults() {
     const SQLRETURN result = SQLMoreResults(statement_);
     if (result == SQL_NO_DATA) return false;

@@ -7,6 +7,7 @@
 #include <sqlext.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -89,5 +90,10 @@ class OdbcStatement {
     std::vector<sqlite::SqlValue> bound_;
     std::vector<SQLLEN> indicators_;
 };
+
+/// Moves a query's statement to its next row. At the end, or when the fetch fails, the
+/// statement is let go (so that it holds nothing in the database) and stays empty; an empty
+/// statement has no more rows.
+bool fetchOrRelease(std::unique_ptr<OdbcStatement>& statement);
 
 }  // namespace kvlnmov::db::odbc

@@ -43,19 +43,7 @@ class TranslatedCursor : public Cursor {
     const std::vector<ColumnInfo>& columns() const override { return columns_; }
 
     bool next(std::vector<Variant>& row) override {
-        if (!statement_) return false;
-        bool fetched = false;
-        try {
-            fetched = statement_->fetch();
-        } catch (...) {
-            statement_.reset();
-            throw;
-        }
-        if (!fetched) {
-            // The end: let the statement go so that it holds nothing in the database.
-            statement_.reset();
-            return false;
-        }
+        if (!fetchOrRelease(statement_)) return false;
         row.clear();
         row.reserve(types_.size());
         for (std::size_t i = 0; i < types_.size(); ++i) {
