@@ -326,7 +326,7 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
     auto length = static_cast<std::size_t>(context.LongitudCuenta());
     for (const DraftEntry& entry : entries) {
         const std::string& where = entry.origin;
-        if (entry.date < context.FechaInicio() || entry.date > context.FechaFin()) {
+        if (outsideExercise(context, entry.date)) {
             refuse(where, "the date " + entry.date.toIso() + " is outside the exercise (" +
                               context.FechaInicio().toIso() + " to " + context.FechaFin().toIso() +
                               ")");

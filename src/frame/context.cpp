@@ -28,10 +28,19 @@ std::int16_t SettableContext::EjercicioFecha(Date date) {
     return static_cast<std::int16_t>(day.year());
 }
 
+bool outsideExercise(cEmpresa& context, Date date) {
+    return date < context.FechaInicio() || date > context.FechaFin();
+}
+
+void checkDateInExercise(cEmpresa& context, const std::string& source, Date date) {
+    if (outsideExercise(context, date))
+        throw Error(errc::kCheck, source, "Fecha fuera de ejercicio contable");
+}
+
 void checkDatesInExercise(cEmpresa& context, const std::string& source, Date first, Date last) {
-    if (first < context.FechaInicio() || first > context.FechaFin())
+    if (outsideExercise(context, first))
         throw Error(errc::kCheck, source, "Fecha inicial fuera de ejercicio contable");
-    if (last < context.FechaInicio() || last > context.FechaFin())
+    if (outsideExercise(context, last))
         throw Error(errc::kCheck, source, "Fecha final fuera de ejercicio contable");
 }
 

@@ -52,9 +52,7 @@ bool clsLibroIgic::Insertar() {
         if (cuenta_.empty()) {
             throw Error(errc::kCheck, source, "Debe especificar un número de cuenta valido");
         }
-        if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
-            throw Error(errc::kCheck, source, "Fecha fuera de ejercicio contable");
-        }
+        checkDateInExercise(context, source, fecha_);
         writeRecord();
         return true;
     });
@@ -67,9 +65,7 @@ bool clsLibroIgic::Modificar() {
         if (cuenta_.empty()) {
             throw Error(errc::kCheck, source, "Debe especificar un número de cuenta valido");
         }
-        if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
-            throw Error(errc::kCheck, source, "Fecha fuera de ejercicio contable");
-        }
+        checkDateInExercise(context, source, fecha_);
         // A record of the same line kept under the other tax goes as well.
         std::string key =
             sql::whereCompanyExercise(context) + " AND Apunte =" + sql::integer(apunte_);

@@ -16,9 +16,7 @@ void clsLibroIrpf::check(const std::string& source) {
     if (cuenta_.empty()) {
         throw Error(errc::kCheck, source, "Debe especificar un número de cuenta valido");
     }
-    if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
-        throw Error(errc::kCheck, source, "Fecha fuera de ejercicio contable");
-    }
+    checkDateInExercise(context, source, fecha_);
 }
 
 void clsLibroIrpf::insertRecord() {

@@ -51,6 +51,13 @@ class cEmpresa : public Object {
 
 using cEmpresaRef = std::shared_ptr<cEmpresa>;
 
+/// True when `date` lies before the first or after the last day of the working exercise.
+bool outsideExercise(cEmpresa& context, Date date);
+
+/// Refuses a date outside the working exercise: error 1000 from `source`, "Fecha fuera de
+/// ejercicio contable".
+void checkDateInExercise(cEmpresa& context, const std::string& source, Date date);
+
 /// Refuses a date range that does not lie in the working exercise: error 1000 from `source`,
 /// "Fecha inicial fuera de ejercicio contable" for `first`, then "Fecha final fuera de
 /// ejercicio contable" for `last`.

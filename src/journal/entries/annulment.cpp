@@ -24,7 +24,7 @@ bool clsAsiento::Eliminar() {
             }
             // A missing context fails here, at its first use, and is repeated like any statement.
             kvlnmov::cEmpresa& context = *handler.statement([&] { return &empresa(); });
-            if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
+            if (outsideExercise(context, fecha_)) {
                 handler.raise(errc::kCheck, "Asientos::Insertar",
                               "Fecha de asiento fuera de ejercicio contable");
             }

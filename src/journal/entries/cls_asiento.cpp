@@ -51,7 +51,7 @@ bool clsAsiento::Insertar() {
                               "Empresa: " + company + " No existe el ejercicio " + exercise +
                                   " o está cerrado");
             }
-            if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
+            if (outsideExercise(context, fecha_)) {
                 handler.raise(
                     errc::kCheck, "Asientos::Insertar",
                     "Empresa: " + company + " Fecha de asiento fuera de ejercicio contable");

@@ -74,9 +74,7 @@ bool clsMov::Modificar_F7() {
     return retryingHandler(
         "clsMov::Modificar_F7", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
             kvlnmov::cEmpresa& context = empresa();
-            if (fecha_ < context.FechaInicio() || fecha_ > context.FechaFin()) {
-                throw Error(errc::kCheck, "clsMov::Insertar", "Fecha fuera de ejercicio contable");
-            }
+            checkDateInExercise(context, "clsMov::Insertar", fecha_);
             checkOpenExercise(handler);
 
             auto stored = readStoredLine(handler);

@@ -16,9 +16,7 @@ bool clsMov::Insertar() {
     return retryingHandler(
         "clsMov::Insertar", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
             kvlnmov::cEmpresa& context = empresa();
-            if (fechaAsiento_ < context.FechaInicio() || fechaAsiento_ > context.FechaFin()) {
-                throw Error(errc::kCheck, "clsMov::Insertar", "Fecha fuera de ejercicio contable");
-            }
+            checkDateInExercise(context, "clsMov::Insertar", fechaAsiento_);
             checkOpenExercise(handler);
             if (cuenta_.size() != static_cast<std::size_t>(context.LongitudCuenta())) {
                 throw Error(errc::kCheck, "clsMov::Insertar",
@@ -72,9 +70,7 @@ bool clsMov::Modificar() {
     return retryingHandler(
         "clsMov::Modificar", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
             kvlnmov::cEmpresa& context = empresa();
-            if (fechaAsiento_ < context.FechaInicio() || fechaAsiento_ > context.FechaFin()) {
-                throw Error(errc::kCheck, "clsMov::Insertar", "Fecha fuera de ejercicio contable");
-            }
+            checkDateInExercise(context, "clsMov::Insertar", fechaAsiento_);
             checkOpenExercise(handler);
 
             if (auto stored = readStoredLine(handler)) {
