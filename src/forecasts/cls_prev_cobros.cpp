@@ -17,7 +17,7 @@ void clsPrevCobros::Fecha_Doc(Date value) { fechaDoc_ = sql::normalizeDate(value
 void clsPrevCobros::Fecha_Vto(Date value) { fechaVto_ = sql::normalizeDate(value); }
 
 bool clsPrevCobros::Eliminar() {
-    return plainHandler("PrevCobro::Eliminar", [&] {
+    return plainHandler("PrevCobro::Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM Previsiones_Cobro WHERE Apunte =" +
                              sql::integer(apunte_));
         return true;
@@ -29,7 +29,7 @@ bool clsPrevCobros::EliminarxMov() { return false; }
 bool clsPrevCobros::EliminarxAsiento(std::int32_t) { return false; }
 
 bool clsPrevCobros::Insertar() {
-    return plainHandler("PrevCobro::Insertar", [&] {
+    return plainHandler("PrevCobro::Insertar", Access::Writes, [&] {
         kvlnmov::cEmpresa& context = empresa();
         // A collection is tied to no journal line and enters no remittance when created.
         connection().Execute(
@@ -45,6 +45,8 @@ bool clsPrevCobros::Insertar() {
             ", " + sql::integer(context.Cod_Ejercicio()) + ", 0,'" + sql::text(cuentaOriginal_) +
             "'," + sql::integer(bancoDoc_) + ")");
 
+        // The number is cleared first: a failing read-back leaves 0, not the previous number.
+        apunte_ = 0;
         apunte_ = readIdentity(connectionRef()).value_or(0);
         if (apunte_ == 0) {
             throw Error(errc::kCheck, "PrevCobro::Insertar",
@@ -55,7 +57,7 @@ bool clsPrevCobros::Insertar() {
 }
 
 bool clsPrevCobros::Modificar() {
-    return plainHandler("PrevCobro::Modificar", [&] {
+    return plainHandler("PrevCobro::Modificar", Access::Writes, [&] {
         connection().Execute(
             "UPDATE Previsiones_Cobro SET Cuenta ='" + sql::text(cuenta_) + "', Documento ='" +
             sql::text(documento_) + "'" + ", Asiento =" + sql::integer(asiento_) +
@@ -70,7 +72,7 @@ bool clsPrevCobros::Modificar() {
 }
 
 bool clsPrevCobros::Cargar(std::optional<std::shared_ptr<clsPrevCobros>> clsPrev) {
-    return plainHandler("PrevCobro::Cargar", [&] {
+    return plainHandler("PrevCobro::Cargar", Access::Reads, [&] {
         clsPrevCobros& target = clsPrev && *clsPrev ? **clsPrev : *this;
         db::Recordset row;
         row.Open("SELECT * FROM Previsiones_Cobro WHERE Apunte =" + sql::integer(apunte_),

@@ -33,14 +33,14 @@ void clsPrevPagos::Fecha_Doc(Date value) { fechaDoc_ = sql::normalizeDate(value)
 void clsPrevPagos::Fecha_Vto(Date value) { fechaVto_ = sql::normalizeDate(value); }
 
 bool clsPrevPagos::Eliminar() {
-    return plainHandler("clsPrevPagos:Eliminar", [&] {
+    return plainHandler("clsPrevPagos:Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM Previsiones_Pago WHERE Apunte =" + sql::integer(apunte_));
         return true;
     });
 }
 
 bool clsPrevPagos::EliminarxMov() {
-    return plainHandler("clsPrevPagos::EliminarxMov", [&] {
+    return plainHandler("clsPrevPagos::EliminarxMov", Access::Writes, [&] {
         const std::string source = "clsPrevPagos:EliminarxAsiento";
         if (apunteMov_ == 0) {
             throw Error(1, source,
@@ -60,7 +60,7 @@ bool clsPrevPagos::EliminarxMov() {
 }
 
 bool clsPrevPagos::EliminarxAsiento(std::int32_t lngAsiento) {
-    return plainHandler("clsPrevPagos::EliminarxAsiento", [&] {
+    return plainHandler("clsPrevPagos::EliminarxAsiento", Access::Writes, [&] {
         const std::string source = "clsPrevPagos:EliminarxAsiento";
         if (lngAsiento == 0) {
             throw Error(1, source, "No se ha establecido el número de asiento contable");
@@ -89,7 +89,7 @@ bool clsPrevPagos::EliminarxAsiento(std::int32_t lngAsiento) {
 }
 
 bool clsPrevPagos::Insertar() {
-    return plainHandler("clsPrevPagos:Insertar", [&] {
+    return plainHandler("clsPrevPagos:Insertar", Access::Writes, [&] {
         const std::string source = "clsPrevPagos:Insertar";
         if (asiento_ > 0 && (apunteMov_ == 0 || codEjercicioMov_ == 0)) {
             throw Error(errc::kCheck, source,
@@ -108,6 +108,8 @@ bool clsPrevPagos::Insertar() {
             sql::text(cuentaOriginal_) + "'" + ", " + sql::integer(dpto_) + ", " +
             sql::integer(codEjercicioMov_) + ")");
 
+        // The number is cleared first: a failing read-back leaves 0, not the previous number.
+        apunte_ = 0;
         apunte_ = readIdentity(connectionRef()).value_or(0);
         if (apunte_ == 0)
             throw Error(errc::kCheck, source, "Error. No se ha insertado la previsión.");
@@ -128,7 +130,7 @@ bool clsPrevPagos::Insertar() {
 }
 
 bool clsPrevPagos::Modificar() {
-    return plainHandler("clsPrevPagos:Modificar", [&] {
+    return plainHandler("clsPrevPagos:Modificar", Access::Writes, [&] {
         if (apunte_ == 0) {
             throw Error(1, "clsPrevPagos:Modificar", "No se ha establecido el código de apunte");
         }
@@ -145,7 +147,7 @@ bool clsPrevPagos::Modificar() {
 }
 
 bool clsPrevPagos::Cargar(std::optional<std::shared_ptr<clsPrevPagos>> clsPrev) {
-    return plainHandler("clsPrevPagos:Cargar", [&] {
+    return plainHandler("clsPrevPagos:Cargar", Access::Reads, [&] {
         clsPrevPagos& target = clsPrev && *clsPrev ? **clsPrev : *this;
         db::Recordset row;
         row.Open("SELECT * FROM Previsiones_Pago WHERE Apunte =" + sql::integer(apunte_),
@@ -183,7 +185,7 @@ std::string clsPrevPagos::rangeCondition(const std::string& strCuentaI,
 std::int16_t clsPrevPagos::Cambiar_Vto(std::string strCuentaI, std::string strCuentaF,
                                        Date dteFechaI, Date dteFechaF, Date dteVto,
                                        std::int16_t intFPago, std::string strBanco) {
-    return plainHandler("clsPrevPagos:Cambiar_Vtos", [&] {
+    return plainHandler("clsPrevPagos:Cambiar_Vtos", Access::Writes, [&] {
         const std::string filter = methodAndBankFilter(intFPago, strBanco);
         return affectedCount(connection().Execute(
             "UPDATE Previsiones_Pago SET Fecha_Vto ='" + sql::date(dteVto) + "'" +
@@ -194,7 +196,7 @@ std::int16_t clsPrevPagos::Cambiar_Vto(std::string strCuentaI, std::string strCu
 std::int16_t clsPrevPagos::Cambiar_Banco(std::string strCuentaI, std::string strCuentaF,
                                          Date dteFechaI, Date dteFechaF, std::int16_t intFPago,
                                          std::string strBanco, std::string strNuevoBanco) {
-    return plainHandler("clsPrevPagos:Cambiar_Vtos", [&] {
+    return plainHandler("clsPrevPagos:Cambiar_Vtos", Access::Writes, [&] {
         const std::string filter = methodAndBankFilter(intFPago, strBanco);
         return affectedCount(connection().Execute(
             "UPDATE Previsiones_Pago SET Banco ='" + sql::text(strNuevoBanco) + "'" +
@@ -213,7 +215,7 @@ std::int16_t clsPrevPagos::Cambiar_Estado2(std::string strCuentaI, std::string s
                                            Date dteFechaI, Date dteFechaF, std::int16_t intFPago,
                                            std::string strBanco, std::string strDocumento,
                                            bool bolEstado) {
-    return plainHandler("clsPrevPagos:Cambiar_Estado", [&] {
+    return plainHandler("clsPrevPagos:Cambiar_Estado", Access::Writes, [&] {
         const std::string filter = methodAndBankFilter(intFPago, strBanco);
         return affectedCount(
             connection().Execute("UPDATE Previsiones_Pago SET Estado =" + sql::flag(bolEstado) +
@@ -223,7 +225,7 @@ std::int16_t clsPrevPagos::Cambiar_Estado2(std::string strCuentaI, std::string s
 }
 
 std::int16_t clsPrevPagos::Cambiar_EstadoByID(std::int32_t lngApunte, bool bolEstado) {
-    return plainHandler("clsPrevPagos:Cambiar_EstadoByID", [&] {
+    return plainHandler("clsPrevPagos:Cambiar_EstadoByID", Access::Writes, [&] {
         return affectedCount(
             connection().Execute("UPDATE Previsiones_Pago SET Estado =" + sql::flag(bolEstado) +
                                  " WHERE Apunte =" + sql::integer(lngApunte)));
@@ -231,7 +233,7 @@ std::int16_t clsPrevPagos::Cambiar_EstadoByID(std::int32_t lngApunte, bool bolEs
 }
 
 std::int16_t clsPrevPagos::Cambiar_BancoByID(std::int32_t lngApunte, std::string strCtaBanco) {
-    return plainHandler("clsPrevPagos:Cambiar_BancoByID", [&] {
+    return plainHandler("clsPrevPagos:Cambiar_BancoByID", Access::Writes, [&] {
         return affectedCount(connection().Execute("UPDATE Previsiones_Pago SET Banco ='" +
                                                   sql::text(strCtaBanco) +
                                                   "' WHERE Apunte =" + sql::integer(lngApunte)));

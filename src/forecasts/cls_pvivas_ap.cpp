@@ -17,7 +17,7 @@ void clsPVivasAp::Fecha(Date value) { fecha_ = sql::normalizeDate(value); }
 void clsPVivasAp::Fecha_Apunte(Date value) { fechaApunte_ = sql::normalizeDate(value); }
 
 bool clsPVivasAp::Insertar() {
-    return plainHandler("PVivas_Ap::Insertar", [&] {
+    return plainHandler("PVivas_Ap::Insertar", Access::Writes, [&] {
         kvlnmov::cEmpresa& context = empresa();
         connection().Execute(
             "INSERT INTO PVivas_Apertura (Cod_Empresa, Cod_Ejercicio, Cod_Asiento,"
@@ -29,6 +29,8 @@ bool clsPVivasAp::Insertar() {
             "', '" + sql::text(documento_) + "'" + ", " + sql::integer(diario_) + ", " +
             sql::integer(dpto_) + ", " + sql::amount(debe_) + ", " + sql::amount(haber_) + ")");
 
+        // The number is cleared first: a failing read-back leaves 0, not the previous number.
+        apunte_ = 0;
         apunte_ = readIdentity(connectionRef()).value_or(0);
         if (apunte_ == 0) {
             throw Error(errc::kCheck, "PVivasAp::Insertar",
@@ -39,7 +41,7 @@ bool clsPVivasAp::Insertar() {
 }
 
 bool clsPVivasAp::Modificar() {
-    return plainHandler("PVivasAp::Modificar", [&] {
+    return plainHandler("PVivasAp::Modificar", Access::Writes, [&] {
         std::int32_t changed = connection().Execute(
             "UPDATE PVivas_Apertura SET Cod_Asiento =" + sql::integer(asiento_) + ", Fecha ='" +
             sql::date(fecha_) + "', Fecha_Apunte ='" + sql::date(fechaApunte_) + "', Cuenta ='" +
@@ -56,7 +58,7 @@ bool clsPVivasAp::Modificar() {
 }
 
 bool clsPVivasAp::Eliminar() {
-    return plainHandler("PVivas_Ap::Eliminar", [&] {
+    return plainHandler("PVivas_Ap::Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM PVivas_Apertura WHERE Apunte =" + sql::integer(apunte_));
         return true;
     });

@@ -37,9 +37,15 @@ class ForecastIdentityTest : public ScriptedProviderTest,
     static std::int32_t insertWithPreset(ScriptedProviderTest& test) {
         auto object = test.bound<T>();
         object->Apunte(5);
+        struct Keep {
+            std::shared_ptr<T> object;
+            ~Keep() { lastNumber = object->Apunte(); }
+        } keep{object};
         object->Insertar();
         return object->Apunte();
     }
+    /// The number the last inserted object held afterwards, raised or not.
+    static inline std::int32_t lastNumber = -1;
 };
 
 // The number is cleared before the identity is read, so a provider that answers 0 or no row
@@ -56,6 +62,19 @@ TEST_P(ForecastIdentityTest, NoIdentityFromTheProviderFailsTheInsert) {
         ASSERT_EQ(provider_->received.size(), 2u) << "the row stays written, nothing else runs";
         EXPECT_EQ(provider_->received[1], kIdentityQuery);
     }
+}
+
+// A failing identity query leaves the number cleared, not the one held before the insert.
+TEST_P(ForecastIdentityTest, AFailingIdentityQueryLeavesNoNumber) {
+    const InsertCase& c = GetParam();
+    provider_->queryRows = {41};
+    provider_->injectFault({kIdentityQuery, 1, errc::kTimeout, "Query timeout expired"});
+    std::int32_t number = -1;
+    const Error error = raisedBy([&] { number = c.insert(*this); });
+    EXPECT_EQ(error.number(), errc::kTimeout);
+    EXPECT_EQ(error.source(), c.source);
+    EXPECT_EQ(number, -1);  // the insert raised
+    EXPECT_EQ(lastNumber, 0);
 }
 
 TEST_P(ForecastIdentityTest, TheNewIdentityBecomesTheNumber) {
