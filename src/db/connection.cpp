@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "frame/quoted_values.h"
 #include "kvlnmov/db/recordset.h"
 
 namespace kvlnmov::db {
@@ -34,7 +35,7 @@ Connection::~Connection() = default;
 
 std::int32_t Connection::Execute(std::string_view text) {
     beforeSending(text, true);
-    return executeStatement(text);
+    return withinOperation([&] { return executeStatement(text); });
 }
 
 void Connection::BeginTrans() {
@@ -82,6 +83,10 @@ void Connection::beforeSending(std::string_view text, bool changesData) {
         throw error;
     }
 
+    // A quoted text holding a quote would end its literal early and turn the rest of it into
+    // SQL: the statement fails as the server fails a stray quote, without running.
+    if (auto stray = quoted::findIn(text)) throw strayQuoteError(text, stray->offset);
+
     if (changesData && !openRecordsets_.empty()) {
         // A change could show through (or, with SQLite, be held back by) a cursor still
         // reading: every open recordset takes the rest of its rows first.
@@ -92,12 +97,73 @@ void Connection::beforeSending(std::string_view text, bool changesData) {
 
 std::unique_ptr<Cursor> Connection::open(std::string_view text) {
     beforeSending(text, false);
-    return openCursor(text);
+    return withinOperation([&] { return openCursor(text); });
 }
 
 void Connection::runProcedure(const std::string& name, ParameterList& parameters) {
     beforeSending("EXEC " + name, true);
-    callProcedure(name, parameters);
+    withinOperation([&] { callProcedure(name, parameters); });
+}
+
+template <class Send>
+auto Connection::withinOperation(Send&& send) -> decltype(send()) {
+    switch (operation_) {
+        case OperationState::None:
+        case OperationState::Unsupported:
+            return send();
+        case OperationState::Lost:
+            throw *lostBecause_;
+        case OperationState::Pending:
+            // Raises as this statement's failure when the transaction cannot be had (another
+            // writer holds the lock past the busy timeout); the next attempt tries again.
+            if (!openOperationTransaction()) {
+                operation_ = OperationState::Unsupported;
+                return send();
+            }
+            operation_ = OperationState::Open;
+            break;
+        case OperationState::Open:
+            break;
+    }
+    try {
+        return send();
+    } catch (const Error& error) {
+        if (!operationTransactionAlive()) {
+            operation_ = OperationState::Lost;
+            lostBecause_ = error;
+        }
+        throw;
+    }
+}
+
+void Connection::beginOperation() {
+    if (operationDepth_++ == 0) {
+        operation_ = OperationState::Pending;
+        lostBecause_.reset();
+    }
+}
+
+void Connection::endOperation() {
+    if (operationDepth_ == 0 || --operationDepth_ > 0) return;
+    const OperationState state = operation_;
+    operation_ = OperationState::None;
+    lostBecause_.reset();
+    if (state == OperationState::Open) commitOperationTransaction();
+}
+
+Error Connection::strayQuoteError(std::string_view text, std::size_t quoteOffset) {
+    // The server reads the quote as the end of the literal and stumbles on what follows.
+    std::size_t start = quoteOffset + 1;
+    while (start < text.size() && std::isspace(static_cast<unsigned char>(text[start]))) ++start;
+    std::size_t end = start;
+    auto isWordByte = [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return std::isalnum(byte) || c == '_' || c == '@' || c == '#' || byte >= 0x80;
+    };
+    while (end < text.size() && isWordByte(text[end])) ++end;
+    if (end == start && start < text.size()) end = start + 1;
+    return Error(errc::kSyntax, providerName(),
+                 "Incorrect syntax near '" + std::string(text.substr(start, end - start)) + "'.");
 }
 
 void Connection::registerRecordset(Recordset* recordset) {

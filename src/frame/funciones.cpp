@@ -73,6 +73,8 @@ std::string Funciones::NumeroSQL(double value) const {
     return shortestFixed(value);
 }
 
+std::string Funciones::NumeroSQL(Currency value) const { return value.toString(); }
+
 std::string Funciones::FormatoNumero(double value, int decimals) const {
     if (!std::isfinite(value)) throw overflow();
     return formatGrouped(std::signbit(value), shortestFixed(std::fabs(value)), decimals);

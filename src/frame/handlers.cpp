@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "frame/quoted_values.h"
+
 namespace kvlnmov {
 
 Error asError(std::exception_ptr failure) {
@@ -16,6 +18,48 @@ Error asError(std::exception_ptr failure) {
     } catch (...) {
         return Error(51, kRuntimeSource, "Internal error");
     }
+}
+
+namespace {
+
+/// Library operations running on this thread (an operation may call another).
+thread_local int operationsRunning = 0;
+
+}  // namespace
+
+OperationScope::OperationScope(Access access) {
+    if (operationsRunning++ == 0) quoted::forget();
+    if (access == Access::Writes) {
+        connection_ = sharedConnection();
+        if (connection_) connection_->beginOperation();
+    }
+}
+
+OperationScope::~OperationScope() {
+    if (ended_) return;
+    // Left without `end` (only by an exception that `endAfter` did not see): commit what ran,
+    // as the statements committed one by one would have.
+    try {
+        end();
+    } catch (...) {
+        // The exception already leaving the operation is the one its caller gets.
+    }
+}
+
+void OperationScope::end() {
+    if (ended_) return;
+    ended_ = true;
+    if (--operationsRunning == 0) quoted::forget();
+    if (connection_) connection_->endOperation();
+}
+
+void OperationScope::endAfter(const Error& failure) {
+    try {
+        end();
+    } catch (...) {
+        throw asError(std::current_exception()).withSource(failure.source());
+    }
+    throw failure;
 }
 
 Error RetryHandler::forCaller(const Error& failure) const {

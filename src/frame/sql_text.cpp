@@ -3,13 +3,19 @@
 #include <algorithm>
 #include <cctype>
 
+#include "frame/quoted_values.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::sql {
 
+std::string text(std::string_view value) {
+    quoted::note(value);
+    return std::string(value);
+}
+
 std::string cut(std::string_view value, std::size_t length) {
-    return std::string(text::firstCharacters(value, length));
+    return text(text::firstCharacters(value, length));
 }
 
 std::string amount(Currency value) {
@@ -18,7 +24,7 @@ std::string amount(Currency value) {
     return out;
 }
 
-std::string number(Currency value) { return funciones().NumeroSQL(value.toDouble()); }
+std::string number(Currency value) { return funciones().NumeroSQL(value); }
 
 std::string date(Date value) { return value.toText(); }
 
@@ -49,9 +55,7 @@ std::string whereCompanyExercise(cEmpresa& context) {
     return whereCompany(context.Cod_Empresa()) + andExercise(context.Cod_Ejercicio());
 }
 
-std::string andAccount(std::string_view account) {
-    return " AND Cuenta ='" + std::string(account) + "'";
-}
+std::string andAccount(std::string_view account) { return " AND Cuenta ='" + text(account) + "'"; }
 
 std::string reconciliationFilter(std::int16_t intPunteo) {
     if (intPunteo == 1) return " AND Punteo <> 0";

@@ -23,7 +23,7 @@ std::string summaryAccount(kvlnmov::cEmpresa& context, const std::string& accoun
 }  // namespace
 
 bool clsApertura::Insertar() {
-    return plainHandler("clsApertura::Insertar", [&] {
+    return plainHandler("clsApertura::Insertar", Access::Writes, [&] {
         kvlnmov::cEmpresa& context = empresa();
         connection().Execute(
             "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, Apertura) VALUES "
@@ -42,7 +42,7 @@ bool clsApertura::Insertar() {
 }
 
 bool clsApertura::Cargar() {
-    return plainHandler("clsApertura::Cargar", [&] {
+    return plainHandler("clsApertura::Cargar", Access::Reads, [&] {
         kvlnmov::cEmpresa& context = empresa();
         apertura_ = Currency();
         db::Recordset row;
@@ -60,7 +60,7 @@ bool clsApertura::Cargar() {
 }
 
 bool clsApertura::Modificar() {
-    return plainHandler("clsApertura::Modificar", [&] {
+    return plainHandler("clsApertura::Modificar", Access::Writes, [&] {
         const Currency newAmount = apertura_;
         if (Cargar()) {
             const Currency oldAmount = apertura_;

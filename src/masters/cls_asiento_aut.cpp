@@ -9,7 +9,7 @@
 namespace kvlnmov {
 
 bool clsAsientoAut::Cargar() {
-    return plainHandler("clsAsientosAut::Cargar", [&] {
+    return plainHandler("clsAsientosAut::Cargar", Access::Reads, [&] {
         bool found = false;
         db::Recordset row;
         row.Open(
@@ -29,7 +29,7 @@ bool clsAsientoAut::Cargar() {
 }
 
 bool clsAsientoAut::Eliminar() {
-    return plainHandler("clsAsientosAut::Eliminar", [&] {
+    return plainHandler("clsAsientosAut::Eliminar", Access::Writes, [&] {
         const std::string company = sql::integer(empresa().Cod_Empresa());
         connection().Execute(
             "DELETE FROM Apuntes_Aut"
@@ -44,7 +44,7 @@ bool clsAsientoAut::Eliminar() {
 }
 
 bool clsAsientoAut::Insertar() {
-    return plainHandler("clsAsientosAut::Insertar", [&] {
+    return plainHandler("clsAsientosAut::Insertar", Access::Writes, [&] {
         connection().Execute(
             "INSERT INTO Asientos_Aut (Cod_Empresa, Codigo,"
             " Nombre, Tipo) VALUES(" +

@@ -16,7 +16,7 @@ bool clsConcepto::Impuestos() const { raiseObsolete(kObsoleteImpuestos); }
 void clsConcepto::Impuestos(bool) { raiseObsolete(kObsoleteImpuestos); }
 
 bool clsConcepto::Modificar() {
-    return plainHandler("Conceptos::Modificar", [&] {
+    return plainHandler("Conceptos::Modificar", Access::Writes, [&] {
         connection().Execute(
             "UPDATE Conceptos SET Nombre ='" + sql::text(nombre_) + "', Debe =" + sql::flag(debe_) +
             ", Automatico =" + sql::flag(automatico_) +
@@ -27,7 +27,7 @@ bool clsConcepto::Modificar() {
 }
 
 bool clsConcepto::Insertar() {
-    return plainHandler("Conceptos::Insertar", [&] {
+    return plainHandler("Conceptos::Insertar", Access::Writes, [&] {
         db::Recordset existing;
         existing.Open("SELECT Codigo FROM Conceptos WHERE Codigo ='" + sql::text(codigo_) + "'",
                       connectionRef());
@@ -45,14 +45,14 @@ bool clsConcepto::Insertar() {
 }
 
 bool clsConcepto::Eliminar() {
-    return plainHandler("Conceptos::Eliminar", [&] {
+    return plainHandler("Conceptos::Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM Conceptos WHERE Codigo ='" + sql::text(codigo_) + "'");
         return true;
     });
 }
 
 bool clsConcepto::Cargar() {
-    return plainHandler("Conceptos::Cargar", [&] {
+    return plainHandler("Conceptos::Cargar", Access::Reads, [&] {
         bool found = false;
         db::Recordset row;
         row.Open("SELECT * FROM Conceptos WHERE Codigo = '" + sql::text(codigo_) + "'",

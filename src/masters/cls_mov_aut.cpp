@@ -12,7 +12,7 @@ std::int32_t clsMovAut::Documento() const { return warnObsolete(kDocumentoNotice
 void clsMovAut::Documento(std::int32_t value) { documento_ = documentText(value); }
 
 bool clsMovAut::Insertar() {
-    return plainHandler("clsMovAut::Insertar", [&] {
+    return plainHandler("clsMovAut::Insertar", Access::Writes, [&] {
         connection().Execute(
             "INSERT INTO Apuntes_Aut (Cod_Empresa, Cod_Asiento,"
             " Cuenta, Concepto, Documento, Diario, Dpto,"
@@ -32,7 +32,7 @@ bool clsMovAut::Insertar() {
 }
 
 bool clsMovAut::Modificar() {
-    return plainHandler("clsMovAut::Modificar", [&] {
+    return plainHandler("clsMovAut::Modificar", Access::Writes, [&] {
         std::int32_t changed = connection().Execute(
             "UPDATE Apuntes_Aut SET Cuenta ='" + sql::text(cuenta_) + "', Concepto ='" +
             sql::text(concepto_) + "', Documento ='" + sql::text(documento_) + "'" +
@@ -48,14 +48,14 @@ bool clsMovAut::Modificar() {
 }
 
 bool clsMovAut::Eliminar() {
-    return plainHandler("clsMovAut::Eliminar", [&] {
+    return plainHandler("clsMovAut::Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM Apuntes_Aut WHERE Apunte =" + sql::integer(apunte_));
         return true;
     });
 }
 
 bool clsMovAut::Cargar(std::shared_ptr<db::Recordset> recAp) {
-    return plainHandler("clsMovAut::Cargar", [&] {
+    return plainHandler("clsMovAut::Cargar", Access::Reads, [&] {
         if (!recAp) throw objectRequired();
         recAp->Open(
             "SELECT Cod_Empresa, Cod_Asiento, Cuenta, Concepto, Documento,"

@@ -44,6 +44,13 @@ const ClassInfo* findClass(std::string_view progId) {
     return found == classes().end() ? nullptr : &found->second;
 }
 
+std::vector<std::string> registeredProgIds() {
+    ensureRegistered();
+    std::vector<std::string> names;
+    for (const auto& [progId, info] : classes()) names.push_back(progId);
+    return names;
+}
+
 ObjectRef CreateObject(std::string_view progId) {
     const ClassInfo* info = findClass(progId);
     if (!info) {

@@ -46,7 +46,7 @@ void clsLibroIgic::TipoIgIV(std::uint8_t value) {
 }
 
 bool clsLibroIgic::Insertar() {
-    return plainHandler("Libro" + table() + "::Insertar", [&] {
+    return plainHandler("Libro" + table() + "::Insertar", Access::Writes, [&] {
         std::string source = "clsLibro" + table() + "::Insertar";
         kvlnmov::cEmpresa& context = empresa();
         if (cuenta_.empty()) {
@@ -59,7 +59,7 @@ bool clsLibroIgic::Insertar() {
 }
 
 bool clsLibroIgic::Modificar() {
-    return plainHandler("Libro" + table() + "::Modificar", [&] {
+    return plainHandler("Libro" + table() + "::Modificar", Access::Writes, [&] {
         std::string source = "clsLibro" + table() + "::Modificar";
         kvlnmov::cEmpresa& context = empresa();
         if (cuenta_.empty()) {
@@ -129,7 +129,7 @@ void clsLibroIgic::writeRecord() {
 }
 
 bool clsLibroIgic::Eliminar() {
-    return plainHandler("Libro" + table() + "::Eliminar", [&] {
+    return plainHandler("Libro" + table() + "::Eliminar", Access::Writes, [&] {
         std::string key =
             sql::whereCompanyExercise(empresa()) + " AND Apunte =" + sql::integer(apunte_);
         connection().Execute("DELETE FROM " + table() + key);
@@ -139,7 +139,7 @@ bool clsLibroIgic::Eliminar() {
 }
 
 bool clsLibroIgic::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
-    return plainHandler("clsLibro" + table() + "::Cambiar_Asiento", [&] {
+    return plainHandler("clsLibro" + table() + "::Cambiar_Asiento", Access::Writes, [&] {
         connection().Execute(
             taxbooks::renumberStatement(table(), empresaRef(), lngAsiento_Ant, lngAsiento_Nuevo));
         return true;
@@ -149,7 +149,7 @@ bool clsLibroIgic::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lng
 bool clsLibroIgic::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF,
                                   std::string strCuentaD, Date dteFechaI, Date dteFechaF,
                                   std::int16_t intPunteo) {
-    return plainHandler("clsMov::Cambiar_Cuenta", [&] {
+    return plainHandler("clsMov::Cambiar_Cuenta", Access::Writes, [&] {
         connection().Execute(taxbooks::reassignmentStatement(
             table(), empresa(), "clsLibro" + table() + "::Cambiar_Cuenta", strCuentaI, strCuentaF,
             strCuentaD, dteFechaI, dteFechaF, intPunteo));

@@ -35,7 +35,7 @@ void clsLibroIrpf::insertRecord() {
 }
 
 bool clsLibroIrpf::Insertar() {
-    return plainHandler("Libro Irpf ::Insertar", [&] {
+    return plainHandler("Libro Irpf ::Insertar", Access::Writes, [&] {
         check("clsLibroIrpf::Insertar");
         insertRecord();
         return true;
@@ -43,7 +43,7 @@ bool clsLibroIrpf::Insertar() {
 }
 
 bool clsLibroIrpf::Modificar() {
-    return plainHandler("LibroIrpf::Modificar", [&] {
+    return plainHandler("LibroIrpf::Modificar", Access::Writes, [&] {
         check("clsLibroIrpf::Modificar");
         connection().Execute("DELETE FROM Irpf" + sql::whereCompanyExercise(empresa()) +
                              " AND Apunte =" + sql::integer(apunte_));
@@ -53,7 +53,7 @@ bool clsLibroIrpf::Modificar() {
 }
 
 bool clsLibroIrpf::Eliminar() {
-    return plainHandler("LibroIrpf::Eliminar", [&] {
+    return plainHandler("LibroIrpf::Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM Irpf" + sql::whereCompanyExercise(empresa()) +
                              " AND Apunte =" + sql::integer(apunte_));
         return true;
@@ -61,7 +61,7 @@ bool clsLibroIrpf::Eliminar() {
 }
 
 bool clsLibroIrpf::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
-    return plainHandler("clsLibroIrpf::Cambiar_Asiento", [&] {
+    return plainHandler("clsLibroIrpf::Cambiar_Asiento", Access::Writes, [&] {
         connection().Execute(
             taxbooks::renumberStatement("Irpf", empresaRef(), lngAsiento_Ant, lngAsiento_Nuevo));
         return true;
@@ -71,7 +71,7 @@ bool clsLibroIrpf::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lng
 bool clsLibroIrpf::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF,
                                   std::string strCuentaD, Date dteFechaI, Date dteFechaF,
                                   std::int16_t intPunteo) {
-    return plainHandler("clsLibroIrpf::Cambiar_Cuenta", [&] {
+    return plainHandler("clsLibroIrpf::Cambiar_Cuenta", Access::Writes, [&] {
         connection().Execute(taxbooks::reassignmentStatement(
             "Irpf", empresa(), "clsLibroIrpf::Cambiar_Cuenta", strCuentaI, strCuentaF, strCuentaD,
             dteFechaI, dteFechaF, intPunteo));

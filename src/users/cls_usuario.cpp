@@ -83,8 +83,16 @@ std::string clsUsuario::groupList() const {
     return grupos_.substr(1, grupos_.size() - 2);
 }
 
+void clsUsuario::Grupos(std::string value) {
+    if (value.find_first_not_of("0123456789, ") != std::string::npos) {
+        throw Error(errc::kInvalidProcedureCall, kRuntimeSource,
+                    "Invalid procedure call or argument");
+    }
+    grupos_ = std::move(value);
+}
+
 bool clsUsuario::Autentificacion(std::string strUsuario, std::string strPassword) {
-    return plainHandler("clsUsuario::Autentificacion", [&] {
+    return plainHandler("clsUsuario::Autentificacion", Access::Reads, [&] {
         db::Recordset login;
         login.Open("SELECT * FROM SGD_Usuarios WHERE Alias='" + sql::text(strUsuario) +
                        "' AND Password='" + sql::text(strPassword) + "'",
@@ -123,12 +131,12 @@ bool clsUsuario::Autentificacion(std::string strUsuario, std::string strPassword
 }
 
 bool clsUsuario::Cargar() {
-    return plainHandler("clsUsuario::Cargar",
+    return plainHandler("clsUsuario::Cargar", Access::Reads,
                         [&] { return loadWhere(" WHERE Codigo =" + sql::integer(codigo_)); });
 }
 
 bool clsUsuario::Cargar_Primero() {
-    return plainHandler("clsUsuario::Cargar_Primero", [&] {
+    return plainHandler("clsUsuario::Cargar_Primero", Access::Reads, [&] {
         return loadWhere(
             " WHERE Codigo IN"
             " (SELECT ISNULL(MIN(Codigo), 0) AS Codigo FROM SGD_Usuarios)");
@@ -136,7 +144,7 @@ bool clsUsuario::Cargar_Primero() {
 }
 
 bool clsUsuario::Cargar_Anterior() {
-    return plainHandler("clsUsuario::Cargar_Anterior", [&] {
+    return plainHandler("clsUsuario::Cargar_Anterior", Access::Reads, [&] {
         return loadWhere(
             " WHERE Codigo IN"
             " (SELECT TOP 1 Codigo FROM SGD_Usuarios"
@@ -146,7 +154,7 @@ bool clsUsuario::Cargar_Anterior() {
 }
 
 bool clsUsuario::Cargar_Siguiente() {
-    return plainHandler("clsUsuario::Cargar_Siguiente", [&] {
+    return plainHandler("clsUsuario::Cargar_Siguiente", Access::Reads, [&] {
         return loadWhere(
             " WHERE Codigo IN"
             " (SELECT TOP 1 Codigo FROM SGD_Usuarios"
@@ -156,7 +164,7 @@ bool clsUsuario::Cargar_Siguiente() {
 }
 
 bool clsUsuario::Cargar_Ultimo() {
-    return plainHandler("clsUsuario::Cargar_Ultimo", [&] {
+    return plainHandler("clsUsuario::Cargar_Ultimo", Access::Reads, [&] {
         return loadWhere(
             " WHERE Codigo IN"
             " (SELECT ISNULL(MAX(Codigo), 0) AS Codigo FROM SGD_Usuarios)");
@@ -184,7 +192,7 @@ void writeGroups(db::Connection& connection, std::int16_t code, const std::strin
 }  // namespace
 
 bool clsUsuario::Insertar() {
-    return plainHandler("clsUsuario::Insertar", [&] {
+    return plainHandler("clsUsuario::Insertar", Access::Writes, [&] {
         connection().Execute(
             "INSERT INTO SGD_Usuarios (Codigo, Nombre, Alias, Password, Caja, Efectos, Tarjeta, "
             "Direccion, Cp, Localidad,"
@@ -204,7 +212,7 @@ bool clsUsuario::Insertar() {
 }
 
 bool clsUsuario::Modificar() {
-    return plainHandler("clsUsuario::Modificar", [&] {
+    return plainHandler("clsUsuario::Modificar", Access::Writes, [&] {
         connection().Execute(
             "UPDATE SGD_Usuarios SET Nombre ='" + sql::text(nombre_) + "', Alias ='" +
             sql::text(alias_) + "', Password ='" + sql::text(password_) + "', FechaPassword ='" +
@@ -223,7 +231,7 @@ bool clsUsuario::Modificar() {
 }
 
 bool clsUsuario::Eliminar() {
-    return plainHandler("clsUsuario::Eliminar", [&] {
+    return plainHandler("clsUsuario::Eliminar", Access::Writes, [&] {
         connection().Execute("DELETE FROM SGD_Usuarios WHERE Codigo =" + sql::integer(codigo_));
         connection().Execute("DELETE FROM SGD_Usuarios_Grupos WHERE CodUsuario =" +
                              sql::integer(codigo_));
@@ -233,7 +241,7 @@ bool clsUsuario::Eliminar() {
 
 bool clsUsuario::SoloLectura(std::int32_t lngIdMenu, std::string strNombreMenu,
                              std::int16_t intModulo) {
-    return plainHandler("clsUsuario::SoloLectura", [&] {
+    return plainHandler("clsUsuario::SoloLectura", Access::Reads, [&] {
         if (grupos_.find(",1,") != std::string::npos) return false;
         const std::string list = groupList();
         if (list.empty()) return true;
@@ -255,7 +263,7 @@ bool clsUsuario::SoloLectura(std::int32_t lngIdMenu, std::string strNombreMenu,
 }
 
 bool clsUsuario::Cuentas_Permitidas(std::string strInicial, std::string strFinal) {
-    return plainHandler("clsUsuario::Cuentas_Permitidas", [&] {
+    return plainHandler("clsUsuario::Cuentas_Permitidas", Access::Reads, [&] {
         if (grupos_.empty()) return false;
         db::Recordset ranges;
         ranges.Open("SELECT * FROM SGD_Cuentas_Grupos WHERE  Cod_Grupo IN (" + groupList() +
@@ -275,7 +283,7 @@ bool clsUsuario::Cuentas_Permitidas(std::string strInicial, std::string strFinal
 }
 
 bool clsUsuario::Permiso_Empresa(std::int16_t intEmpresa) {
-    return plainHandler("clsUsuario::Permiso_Empresa", [&] {
+    return plainHandler("clsUsuario::Permiso_Empresa", Access::Reads, [&] {
         db::Recordset administrator;
         administrator.Open("SELECT CodGrupo FROM SGD_Usuarios_Grupos WHERE CodUsuario =" +
                                sql::integer(codigo_) + " AND CodGrupo = 1",
@@ -293,7 +301,7 @@ bool clsUsuario::Permiso_Empresa(std::int16_t intEmpresa) {
 }
 
 bool clsUsuario::InsertarOperacion(std::uint8_t bytOperacion) {
-    return plainHandler("clsUsuario::InsertarOperacion", [&] {
+    return plainHandler("clsUsuario::InsertarOperacion", Access::Writes, [&] {
         const Date now = Date::now();
         const Date stamp = now.dateOnly().withTime(now.hour(), now.minute(), now.second());
         connection().Execute(

@@ -29,7 +29,7 @@ void frmclsAsientoVisor::Show(std::optional<std::int16_t> Modal,
             MsgBoxIcon::None, MsgBoxButtons::Ok, "");
         return;
     }
-    plainHandler(kShowSource, [&] {
+    plainHandler(kShowSource, Access::Reads, [&] {
         const std::shared_ptr<EntryViewerFormHook> hook = entryViewerFormHook();
         if (!hook) {
             throw Error(errc::kCheck, kShowSource,

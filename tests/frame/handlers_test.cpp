@@ -26,7 +26,7 @@ const Error kTimeout(errc::kTimeout, "provider", "Query timeout expired");
 
 TEST_F(HandlersTest, PlainHandlerRaisesAgainUnderTheOperationsSource) {
     try {
-        plainHandler("Conceptos::Insertar", [] { throw kTimeout; });
+        plainHandler("Conceptos::Insertar", Access::Writes, [] { throw kTimeout; });
         FAIL() << "no error";
     } catch (const Error& error) {
         EXPECT_EQ(error.number(), errc::kTimeout);
@@ -38,7 +38,7 @@ TEST_F(HandlersTest, PlainHandlerRaisesAgainUnderTheOperationsSource) {
 
 TEST_F(HandlersTest, PlainHandlerTurnsOtherExceptionsIntoErrors) {
     try {
-        plainHandler("X::Y", [] { throw std::logic_error("broken"); });
+        plainHandler("X::Y", Access::Reads, [] { throw std::logic_error("broken"); });
         FAIL() << "no error";
     } catch (const Error& error) {
         EXPECT_EQ(error.number(), 51);

@@ -138,7 +138,9 @@ class MaintenanceTest : public ::testing::Test {
 
     const std::string& path() const { return path_; }
     /// The connection string of the test's database, for another connection to it.
-    std::string connectionString() const { return database_->connectionString(); }
+    std::string connectionString(int busyTimeoutMs = 5000) const {
+        return database_->connectionString(busyTimeoutMs);
+    }
 
     db::ConnectionRef db;
     std::shared_ptr<SettableContext> context;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,21 @@ class Connection : public Object {
     void CommitTrans();
     void RollbackTrans();
 
+    /// Brackets one library operation that writes (the business objects' handlers call
+    /// these; calls nest, and only the outermost pair counts). Where the provider supports
+    /// it, the operation's statements run in one write transaction of the provider's own,
+    /// taken before the operation's first statement (a savepoint inside a caller's
+    /// transaction) and committed by `endOperation`: other connections and processes wait
+    /// for the whole operation, and a process that dies in the middle leaves nothing of it.
+    /// A failing statement does not end the transaction: what ran before it is committed
+    /// with the rest, exactly as statements committed one by one would have left it. The
+    /// transaction is invisible to observers and fault injection. A provider without such
+    /// transactions commits statement by statement as before.
+    void beginOperation();
+    /// Ends the bracket; the outermost end commits. Raises when the commit fails (the
+    /// operation's statements are then undone).
+    void endOperation();
+
     /// The connection string the connection was opened with.
     const std::string& ConnectionString() const { return connectionString_; }
     /// The provider's name: the source of the errors it raises.
@@ -89,6 +105,22 @@ class Connection : public Object {
     virtual void commitTransaction() = 0;
     virtual void rollbackTransaction() = 0;
 
+    /// Opens the provider's write transaction for an operation (a savepoint when the caller
+    /// holds a transaction). Returns false when the provider has none (statements then commit
+    /// one by one). A failure (such as another process holding the write lock past the busy
+    /// timeout) is raised as the failure of the statement about to run.
+    virtual bool openOperationTransaction() { return false; }
+    /// Commits what `openOperationTransaction` opened; on failure undoes it and raises.
+    virtual void commitOperationTransaction() {}
+    /// False when the database ended the operation's transaction by itself after a failure
+    /// (an I/O error, a full disk): what the operation wrote is gone, and no later statement of
+    /// the operation may run outside it.
+    virtual bool operationTransactionAlive() { return true; }
+    /// The error for a statement refused because a quoted text in it holds a quote (the
+    /// quote at `quoteOffset` ends the literal early): the syntax error the server gives for a
+    /// stray quote there, with the provider's name as source.
+    virtual Error strayQuoteError(std::string_view text, std::size_t quoteOffset);
+
   private:
     friend class Recordset;
     friend class Command;
@@ -98,6 +130,10 @@ class Connection : public Object {
     void beforeSending(std::string_view text, bool changesData);
     std::unique_ptr<Cursor> open(std::string_view text);
     void runProcedure(const std::string& name, ParameterList& parameters);
+    /// Runs `send` (a statement reaching the provider) inside the current operation's
+    /// transaction, opening it first when the operation has none yet.
+    template <class Send>
+    auto withinOperation(Send&& send) -> decltype(send());
     void registerRecordset(Recordset* recordset);
     void unregisterRecordset(Recordset* recordset);
 
@@ -105,6 +141,18 @@ class Connection : public Object {
     std::vector<std::shared_ptr<StatementObserver>> observers_;
     std::vector<Fault> faults_;
     std::vector<Recordset*> openRecordsets_;
+
+    enum class OperationState {
+        None,         ///< no operation running
+        Pending,      ///< an operation is running; its transaction opens at its first statement
+        Open,         ///< the operation's transaction is open
+        Unsupported,  ///< the provider commits statement by statement
+        Lost,         ///< the database ended the transaction after a failure
+    };
+    int operationDepth_ = 0;
+    OperationState operation_ = OperationState::None;
+    /// Why the operation's transaction was lost: what every later statement of it raises.
+    std::optional<Error> lostBecause_;
 };
 
 using ConnectionRef = std::shared_ptr<Connection>;

@@ -4,6 +4,7 @@
 
 #include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/context.h"
+#include "kvlnmov/frame/handlers.h"
 #include "kvlnmov/frame/object.h"
 
 namespace kvlnmov {
@@ -20,6 +21,12 @@ class BusinessObject : public Object {
   protected:
     /// The object's context; raises error 91 when none was set.
     kvlnmov::cEmpresa& empresa() const;
+    /// The context fetched as a statement of `handler`'s operation: a missing one fails like
+    /// a failing statement (error 91, retried with yields, then raised with the operation's
+    /// source).
+    kvlnmov::cEmpresa& empresa(RetryHandler& handler) const {
+        return *handler.statement([&] { return &empresa(); });
+    }
     const cEmpresaRef& empresaRef() const { return context_; }
     /// The library-wide connection; raises error 91 when none is held.
     db::Connection& connection() const;

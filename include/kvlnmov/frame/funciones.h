@@ -14,6 +14,9 @@ class Funciones {
     /// "." as decimal separator, a leading "-" when negative, never an exponent or a thousands
     /// separator ("100", "-1234.5", "0.0001"). Raises error 6 for NaN or infinities.
     std::string NumeroSQL(double value) const;
+    /// The same for an exact amount, written without passing through a double, so every
+    /// amount of the currency's range reads back as itself ("922337203685477.5807").
+    std::string NumeroSQL(Currency value) const;
     /// A number for display with `decimals` decimals (rounded half away from zero) and the
     /// regional separators: FormatoNumero(1234.5, 2) is "1.234,50" in the Spanish settings.
     std::string FormatoNumero(double value, int decimals) const;

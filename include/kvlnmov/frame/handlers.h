@@ -15,6 +15,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/frame/library.h"
 
@@ -24,15 +25,65 @@ namespace kvlnmov {
 /// error 51 "Internal error" or 7 "Out of memory").
 Error asError(std::exception_ptr failure);
 
+/// Whether an operation changes the database.
+enum class Access {
+    Reads,
+    /// The operation's statements run in one operation transaction of the library-wide
+    /// connection (`db::Connection::beginOperation`): atomic against crashes and other
+    /// writers, with the effects of a failing operation's earlier statements kept.
+    Writes,
+};
+
+/// One library operation on the current thread: forgets the quoted texts noted by the
+/// statements of the operations before it, and brackets a writing operation on the
+/// library-wide connection held when it starts. Operations nest (an operation that calls
+/// another); only the outermost one counts.
+class OperationScope {
+  public:
+    explicit OperationScope(Access access);
+    ~OperationScope();
+    OperationScope(const OperationScope&) = delete;
+    OperationScope& operator=(const OperationScope&) = delete;
+
+    /// Ends the operation: the outermost writing operation commits its transaction. Raises
+    /// when the commit fails.
+    void end();
+    /// Ends the operation after `failure` left its body: what its statements did is
+    /// committed; when the commit itself fails, that error is raised instead (with the
+    /// failure's source), since nothing of the operation then remains.
+    [[noreturn]] void endAfter(const Error& failure);
+
+  private:
+    db::ConnectionRef connection_;
+    bool ended_ = false;
+};
+
+/// Runs `body` as one operation under `scope` and returns its result; an error leaving it is
+/// given to `raise`, which raises it for the caller.
+template <class Body, class Raise>
+auto runOperation(OperationScope& scope, Body&& body, Raise&& raise) -> std::invoke_result_t<Body> {
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
+            std::forward<Body>(body)();
+            scope.end();
+        } else {
+            auto result = std::forward<Body>(body)();
+            scope.end();
+            return result;
+        }
+    } catch (...) {
+        scope.endAfter(raise(asError(std::current_exception())));
+    }
+}
+
 /// Runs `body` under the plain handler: an error leaving it is raised again with the same
 /// number and description and the source `source`.
 template <class Body>
-auto plainHandler(const std::string& source, Body&& body) -> std::invoke_result_t<Body> {
-    try {
-        return std::forward<Body>(body)();
-    } catch (...) {
-        throw asError(std::current_exception()).withSource(source);
-    }
+auto plainHandler(const std::string& source, Access access, Body&& body)
+    -> std::invoke_result_t<Body> {
+    OperationScope scope(access);
+    return runOperation(scope, std::forward<Body>(body),
+                        [&](const Error& failure) { return failure.withSource(source); });
 }
 
 /// Which errors the retrying handler re-executes.
@@ -90,15 +141,16 @@ class RetryHandler {
 /// `handler.statement(...)`; an error raised outside a statement (for example by another
 /// operation the body calls, which has already had its own retries, so that running it again
 /// could apply its first statements twice) is raised again at once, as `forCaller` says.
+///
+/// Every operation under this handler writes (journal lines and entry headers).
 template <class Body>
 auto retryingHandler(const std::string& source, RetryKind kind, Body&& body)
     -> std::invoke_result_t<Body, RetryHandler&> {
+    OperationScope scope(Access::Writes);
     RetryHandler handler(source, kind);
-    try {
-        return std::forward<Body>(body)(handler);
-    } catch (...) {
-        throw handler.forCaller(asError(std::current_exception()));
-    }
+    return runOperation(
+        scope, [&] { return std::forward<Body>(body)(handler); },
+        [&](const Error& failure) { return handler.forCaller(failure); });
 }
 
 }  // namespace kvlnmov

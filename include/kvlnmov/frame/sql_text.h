@@ -15,10 +15,13 @@
 
 namespace kvlnmov::sql {
 
-/// A text as held, not escaped (the caller puts the quotes around it).
-inline std::string text(std::string_view value) { return std::string(value); }
-/// The first `length` characters (not bytes) of a UTF-8 text: columns the library cuts,
-/// such as concepts.
+/// A text as held, not escaped (the caller puts the quotes around it). Every text the
+/// library writes between quotes goes through this writer (or `cut`, `andAccount`): a text
+/// holding a quote is noted, and the connection refuses a statement that contains it with
+/// the syntax error of a stray quote, so no text can change what a statement does.
+std::string text(std::string_view value);
+/// The first `length` characters (not bytes) of a UTF-8 text, written as `text` writes it:
+/// columns the library cuts, such as concepts.
 std::string cut(std::string_view value, std::size_t length);
 /// A whole number in decimal digits.
 inline std::string integer(std::int64_t value) { return std::to_string(value); }
@@ -27,7 +30,9 @@ inline std::string flag(bool value) { return value ? "1" : "0"; }
 /// An amount, first form: its default text form with every "," replaced by "."
 /// (1234,5 is written 1234.5).
 std::string amount(Currency value);
-/// An amount, second form: `Funciones.NumeroSQL` of the amount as a double.
+/// An amount, second form: `Funciones.NumeroSQL` of the amount. The amount is written
+/// exactly (the text a double would give for every amount a double holds exactly, and the
+/// exact amount beyond), so running balances never drift by a rounding.
 std::string number(Currency value);
 /// A date as the default date-to-text conversion writes it: the regional short date, with
 /// the time of day when it has one.

@@ -72,6 +72,8 @@ struct ClassInfo {
 void registerClass(ClassInfo info);
 /// The class registered under `progId` ("KVLNMOV.clsMov", any case), or nullptr.
 const ClassInfo* findClass(std::string_view progId);
+/// The ProgIDs of every registered class ("KVLNMOV.clsMov", ...), in name order.
+std::vector<std::string> registeredProgIds();
 /// Creates an object by ProgID; an unknown ProgID raises error 429 "ActiveX component can't
 /// create object".
 ObjectRef CreateObject(std::string_view progId);

@@ -70,9 +70,11 @@ class clsUsuario : public BusinessObject {
     void ForzarPass(bool value) { forzarPass_ = value; }
     /// The user's groups as one text of codes separated by commas and enclosed in commas
     /// (groups 1 and 4 are ",1,4,"), empty when the user has none. Loading a user fills it
-    /// from `SGD_Usuarios_Grupos`; `Modificar` writes the groups it lists.
+    /// from `SGD_Usuarios_Grupos`; `Modificar` writes the groups it lists. The codes go into
+    /// statements as numbers, so the setter takes only digits, commas and blanks and raises
+    /// error 5 "Invalid procedure call or argument" for anything else.
     std::string Grupos() const { return grupos_; }
-    void Grupos(std::string value) { grupos_ = std::move(value); }
+    void Grupos(std::string value);
 
     /// Checks a login against `SGD_Usuarios` (alias and password compared as stored texts).
     /// An unknown login, a user without groups, or a user without head-office access when the

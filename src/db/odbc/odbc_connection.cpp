@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "db/odbc/odbc_provider.h"
+#include "db/sqlite/stray_quote.h"
 #include "kvlnmov/db/command.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/regional.h"
@@ -536,6 +537,21 @@ void OdbcConnection::rollbackTransaction() {
     link_.endTransaction(false);
     link_.setAutocommit(true);
     inTransaction_ = false;
+}
+
+bool OdbcConnection::openOperationTransaction() {
+    if (!sqlite_) return false;
+    sqlite_->beginOperation();
+    return true;
+}
+
+void OdbcConnection::commitOperationTransaction() {
+    if (sqlite_) sqlite_->commitOperation();
+}
+
+Error OdbcConnection::strayQuoteError(std::string_view text, std::size_t quoteOffset) {
+    if (sqlite_) return sqlite_->strayQuoteError(text, quoteOffset);
+    return sqlite::strayQuoteError(text, quoteOffset, kProviderName);
 }
 
 void OdbcConnection::createCompanySchema() {

@@ -31,6 +31,11 @@ class OdbcConnection final : public Connection {
     void beginTransaction() override;
     void commitTransaction() override;
     void rollbackTransaction() override;
+    /// Under the SQLite dialect an operation runs in one SQLite write transaction, as on the
+    /// embedded provider. On SQL Server its statements commit one by one.
+    bool openOperationTransaction() override;
+    void commitOperationTransaction() override;
+    Error strayQuoteError(std::string_view text, std::size_t quoteOffset) override;
 
   private:
     void requireTransaction() const;

@@ -6,6 +6,7 @@
 #include "db/odbc/odbc_connection.h"
 #include "db/odbc/odbc_provider.h"
 #include "db/sqlite/result_value.h"
+#include "db/sqlite/stray_quote.h"
 #include "db/sqlite/table_description.h"
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/frame/text.h"
@@ -259,10 +260,51 @@ void SqliteDialect::createCompanySchema() {
     reloadCatalog();
 }
 
-void SqliteDialect::beginTransaction() { executeNative("BEGIN IMMEDIATE", {}); }
+void SqliteDialect::beginTransaction() {
+    executeNative("BEGIN IMMEDIATE", {});
+    callerTransaction_ = true;
+}
 
-void SqliteDialect::commitTransaction() { executeNative("COMMIT", {}); }
+void SqliteDialect::commitTransaction() {
+    executeNative("COMMIT", {});
+    callerTransaction_ = false;
+}
 
-void SqliteDialect::rollbackTransaction() { executeNative("ROLLBACK", {}); }
+void SqliteDialect::rollbackTransaction() {
+    executeNative("ROLLBACK", {});
+    callerTransaction_ = false;
+}
+
+void SqliteDialect::beginOperation() {
+    operationSavepoint_ = callerTransaction_;
+    executeNative(operationSavepoint_ ? "SAVEPOINT kvlnmov_operation" : "BEGIN IMMEDIATE", {});
+}
+
+void SqliteDialect::commitOperation() {
+    try {
+        executeNative(operationSavepoint_ ? "RELEASE kvlnmov_operation" : "COMMIT", {});
+    } catch (const Error&) {
+        try {
+            if (operationSavepoint_) {
+                executeNative("ROLLBACK TO kvlnmov_operation", {});
+                executeNative("RELEASE kvlnmov_operation", {});
+            } else {
+                executeNative("ROLLBACK", {});
+            }
+        } catch (const Error&) {
+            // The commit's failure is the one to report.
+        }
+        throw;
+    }
+}
+
+Error SqliteDialect::strayQuoteError(std::string_view text, std::size_t quoteOffset) {
+    try {
+        translate(text);
+    } catch (const Error& error) {
+        return error;
+    }
+    return sqlite::strayQuoteError(text, quoteOffset, providerName());
+}
 
 }  // namespace kvlnmov::db::odbc

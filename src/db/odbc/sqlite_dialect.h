@@ -40,6 +40,12 @@ class SqliteDialect final : public sqlite::ProcedureHost, public sqlite::Catalog
     void beginTransaction();
     void commitTransaction();
     void rollbackTransaction();
+    /// A library operation's write transaction: BEGIN IMMEDIATE, or a savepoint inside the
+    /// caller's transaction; committed (undone and raised on failure) by `commitOperation`.
+    void beginOperation();
+    void commitOperation();
+    /// The error translating `text` gives, else the server's syntax error at the stray quote.
+    Error strayQuoteError(std::string_view text, std::size_t quoteOffset);
 
     std::int64_t executeNative(const std::string& sql,
                                const std::vector<sqlite::SqlValue>& parameters) override;
@@ -68,6 +74,8 @@ class SqliteDialect final : public sqlite::ProcedureHost, public sqlite::Catalog
     sqlite::SessionState session_;
     std::map<std::string, schema::Table> tables_;
     std::int64_t version_ = -1;
+    bool callerTransaction_ = false;
+    bool operationSavepoint_ = false;
 };
 
 }  // namespace kvlnmov::db::odbc

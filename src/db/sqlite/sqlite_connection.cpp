@@ -4,6 +4,7 @@
 
 #include "db/sqlite/sqlite_error.h"
 #include "db/sqlite/sqlite_provider.h"
+#include "db/sqlite/stray_quote.h"
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/schema/schema.h"
 
@@ -13,6 +14,20 @@ namespace {
 
 /// Prepared statements kept per connection.
 constexpr std::size_t kStatementCacheSize = 256;
+
+/// Switches a writable file database to WAL (readers never wait for the writer). NORMAL
+/// synchronisation is safe with WAL: a power cut may lose the last commits, never corrupt the
+/// file, and a process that dies loses nothing it committed.
+int useWriteAheadLog(sqlite3* db) {
+    return sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr,
+                        nullptr);
+}
+
+/// True for a file database this connection may write (not ":memory:", not read-only).
+bool writableFile(sqlite3* db) {
+    const char* file = sqlite3_db_filename(db, "main");
+    return file != nullptr && *file != '\0' && sqlite3_db_readonly(db, "main") == 0;
+}
 
 }  // namespace
 
@@ -132,8 +147,43 @@ void SqliteConnection::commitTransaction() { runNative("COMMIT"); }
 
 void SqliteConnection::rollbackTransaction() { runNative("ROLLBACK"); }
 
+bool SqliteConnection::openOperationTransaction() {
+    operationSavepoint_ = sqlite3_get_autocommit(db_.get()) == 0;
+    runNative(operationSavepoint_ ? "SAVEPOINT kvlnmov_operation" : "BEGIN IMMEDIATE");
+    return true;
+}
+
+void SqliteConnection::commitOperationTransaction() {
+    sqlite3* db = db_.get();
+    if (sqlite3_get_autocommit(db) != 0) return;  // ended by the database after a failure
+    const int resultCode =
+        sqlite3_exec(db, operationSavepoint_ ? "RELEASE kvlnmov_operation" : "COMMIT", nullptr,
+                     nullptr, nullptr);
+    if (resultCode == SQLITE_OK) return;
+    const Error failure = sqliteError(db, resultCode, "COMMIT");
+    sqlite3_exec(db,
+                 operationSavepoint_ ? "ROLLBACK TO kvlnmov_operation; RELEASE kvlnmov_operation"
+                                     : "ROLLBACK",
+                 nullptr, nullptr, nullptr);
+    throw failure;
+}
+
+bool SqliteConnection::operationTransactionAlive() {
+    return sqlite3_get_autocommit(db_.get()) == 0;
+}
+
+Error SqliteConnection::strayQuoteError(std::string_view text, std::size_t quoteOffset) {
+    try {
+        translate(text);
+    } catch (const Error& error) {
+        return error;
+    }
+    return sqlite::strayQuoteError(text, quoteOffset, kProviderName);
+}
+
 void SqliteConnection::createCompanySchema() {
     const bool ownTransaction = sqlite3_get_autocommit(db_.get()) != 0;
+    if (ownTransaction && writableFile(db_.get())) check(db_.get(), useWriteAheadLog(db_.get()));
     if (ownTransaction) runNative("BEGIN IMMEDIATE");
     try {
         for (const std::string& statement : schema::sqliteScript()) runNative(statement.c_str());
@@ -148,10 +198,10 @@ void SqliteConnection::createCompanySchema() {
 }
 
 ConnectionRef openSqliteConnection(std::string connectionString, const std::string& path,
-                                   int busyTimeoutMs) {
+                                   int busyTimeoutMs, bool readOnly) {
     sqlite3* db = nullptr;
-    int resultCode =
-        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    const int flags = readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    int resultCode = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
     auto fail = [&](int code) -> Error {
         const std::string message = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
         sqlite3_close_v2(db);
@@ -161,12 +211,20 @@ ConnectionRef openSqliteConnection(std::string connectionString, const std::stri
     if (resultCode != SQLITE_OK) throw fail(resultCode);
     sqlite3_extended_result_codes(db, 1);
     sqlite3_busy_timeout(db, busyTimeoutMs);
-    if (path != ":memory:") {
-        // WAL: readers never wait for the writer. NORMAL synchronisation is safe with WAL
-        // (a power cut may lose the last commits, never corrupt the file).
-        resultCode = sqlite3_exec(db, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr,
-                                  nullptr, nullptr);
+    if (writableFile(db)) {
+        // An empty file stays empty (and untouched) until its schema is created: only a
+        // database that already holds pages is switched here.
+        sqlite3_stmt* pages = nullptr;
+        resultCode = sqlite3_prepare_v2(db, "PRAGMA page_count", -1, &pages, nullptr);
+        bool holdsData = false;
+        if (resultCode == SQLITE_OK) {
+            resultCode = sqlite3_step(pages);
+            holdsData = resultCode == SQLITE_ROW && sqlite3_column_int64(pages, 0) > 0;
+            if (resultCode == SQLITE_ROW) resultCode = SQLITE_OK;
+        }
+        sqlite3_finalize(pages);
         if (resultCode != SQLITE_OK) throw fail(resultCode);
+        if (holdsData && (resultCode = useWriteAheadLog(db)) != SQLITE_OK) throw fail(resultCode);
     }
     return std::make_shared<SqliteConnection>(std::move(connectionString), db);
 }

@@ -45,6 +45,14 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     void beginTransaction() override;
     void commitTransaction() override;
     void rollbackTransaction() override;
+    /// BEGIN IMMEDIATE (the write lock at once, waiting up to the busy timeout), or a
+    /// savepoint inside the caller's transaction.
+    bool openOperationTransaction() override;
+    void commitOperationTransaction() override;
+    bool operationTransactionAlive() override;
+    /// The error translating `text` gives (what a stray quote always gave), else the
+    /// server's syntax error at the stray quote.
+    Error strayQuoteError(std::string_view text, std::size_t quoteOffset) override;
 
   private:
     struct Closer {
@@ -64,6 +72,8 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     Translator translator_;
     StatementCache statements_;
     SessionState session_;
+    /// The open operation transaction is a savepoint inside the caller's transaction.
+    bool operationSavepoint_ = false;
 };
 
 /// Binds `parameters` to ?1, ?2, ... of `statement`.

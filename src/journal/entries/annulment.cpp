@@ -23,7 +23,7 @@ bool clsAsiento::Eliminar() {
                               "Debe especificar la fecha del asiento a anular.");
             }
             // A missing context fails here, at its first use, and is repeated like any statement.
-            kvlnmov::cEmpresa& context = *handler.statement([&] { return &empresa(); });
+            kvlnmov::cEmpresa& context = empresa(handler);
             if (outsideExercise(context, fecha_)) {
                 handler.raise(errc::kCheck, "Asientos::Insertar",
                               "Fecha de asiento fuera de ejercicio contable");
@@ -43,7 +43,7 @@ bool clsAsiento::Eliminar() {
             {
                 auto mov = std::make_shared<clsMov>();
                 mov->cEmpresa(empresaRef());
-                mov->Conexion(connectionRef());
+                mov->Conexion(sharedConnection());
                 mov->Asiento(codigo_);
                 db::Recordset lines;
                 handler.statement([&] {
@@ -217,7 +217,7 @@ bool clsAsiento::Eliminar() {
                     // Creating the book is repeated like a statement (a missing class gives 429
                     // after the retries); an error of the book's own removal is not run again.
                     auto book = handler.statement([&] { return createSiiInvoiceBook(type); });
-                    book->Conexion(connectionRef());
+                    book->Conexion(sharedConnection());
                     book->cEmpresa(empresaRef());
                     book->Eliminar(invoice);
                 }

@@ -39,7 +39,7 @@ void clsAsiento::Fecha(Date value) { fecha_ = sql::normalizeDate(value); }
 bool clsAsiento::Insertar() {
     return retryingHandler(
         "clsAsiento:Insertar", RetryKind::Everything, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             std::string company = sql::integer(context.Cod_Empresa());
             std::string exercise = sql::integer(context.Cod_Ejercicio());
             std::string where = sql::whereCompanyExercise(context);
@@ -117,7 +117,7 @@ bool clsAsiento::Insertar() {
 }
 
 bool clsAsiento::Cargar() {
-    return plainHandler("Asientos::Cargar", [&] {
+    return plainHandler("Asientos::Cargar", Access::Reads, [&] {
         kvlnmov::cEmpresa& context = empresa();
         db::Recordset row;
         row.Open(
@@ -148,7 +148,7 @@ bool clsAsiento::Cargar() {
 }
 
 bool clsAsiento::Existe() {
-    return plainHandler("Asientos::Existe", [&] {
+    return plainHandler("Asientos::Existe", Access::Reads, [&] {
         db::Recordset row;
         row.Open("SELECT Codigo FROM Asientos" + sql::whereCompanyExercise(empresa()) +
                      " AND Codigo =" + sql::integer(codigo_),
@@ -158,7 +158,7 @@ bool clsAsiento::Existe() {
 }
 
 bool clsAsiento::Recuperar() {
-    return plainHandler("Asientos::Recuperar", [&] {
+    return plainHandler("Asientos::Recuperar", Access::Writes, [&] {
         connection().Execute("UPDATE Asientos SET Nulo = 0" + sql::whereCompanyExercise(empresa()) +
                              " AND Codigo =" + sql::integer(codigo_));
         return true;

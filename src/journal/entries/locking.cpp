@@ -10,7 +10,7 @@ namespace kvlnmov {
 void clsAsiento::Bloqueo(bool bolBloquear, std::int16_t intUsuario) {
     retryingHandler("clsAsiento:Bloqueo", RetryKind::Everything, [&](RetryHandler& handler) {
         // A missing context fails at its first use and is repeated like any statement.
-        kvlnmov::cEmpresa& context = *handler.statement([&] { return &empresa(); });
+        kvlnmov::cEmpresa& context = empresa(handler);
         std::string key =
             sql::whereCompanyExercise(context) + " AND Codigo =" + sql::integer(codigo_);
         if (bolBloquear) {
@@ -40,7 +40,7 @@ void clsAsiento::Bloqueo(bool bolBloquear, std::int16_t intUsuario) {
 }
 
 void clsAsiento::Modificar() {
-    plainHandler("Asientos::Modificar", [&] {
+    plainHandler("Asientos::Modificar", Access::Writes, [&] {
         connection().Execute("UPDATE Asientos SET Usuario = " + sql::integer(usuario_) +
                              sql::whereCompanyExercise(empresa()) +
                              " AND Codigo =" + sql::integer(codigo_));
@@ -48,7 +48,7 @@ void clsAsiento::Modificar() {
 }
 
 void clsAsiento::Modificar_Observaciones() {
-    plainHandler("Asientos::Modificar", [&] {
+    plainHandler("Asientos::Modificar", Access::Writes, [&] {
         connection().Execute("UPDATE Asientos SET Usuario = " + sql::integer(usuario_) +
                              ", Observaciones ='" + sql::text(observaciones_) + "'" +
                              sql::whereCompanyExercise(empresa()) +

@@ -24,7 +24,7 @@ std::shared_ptr<clsAsiento> loadEntry(const cEmpresaRef& context, std::int32_t n
 }  // namespace
 
 bool clsMov::Duplicar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
-    return plainHandler("clsMov::Duplicar_Asiento", [&] {
+    return plainHandler("clsMov::Duplicar_Asiento", Access::Writes, [&] {
         kvlnmov::cEmpresa& context = empresa();
         auto entry = loadEntry(empresaRef(), lngAsiento_Nuevo);
         db::Recordset lines;
@@ -60,7 +60,7 @@ bool clsMov::Duplicar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsien
 }
 
 bool clsMov::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsiento_Nuevo) {
-    return plainHandler("clsMov::Cambiar_Asiento", [&] {
+    return plainHandler("clsMov::Cambiar_Asiento", Access::Writes, [&] {
         kvlnmov::cEmpresa& context = empresa();
         auto entry = loadEntry(empresaRef(), lngAsiento_Nuevo);
         Date newDate = entry->Fecha();
@@ -107,14 +107,14 @@ bool clsMov::Cambiar_Asiento(std::int32_t lngAsiento_Ant, std::int32_t lngAsient
 
 std::string clsMov::rangeCondition(const std::string& from, const std::string& to, Date first,
                                    Date last, const std::string& reconciliation) const {
-    return " AND (Cuenta BETWEEN '" + from + "' AND '" + to + "')" +
+    return " AND (Cuenta BETWEEN '" + sql::text(from) + "' AND '" + sql::text(to) + "')" +
            " AND (Fecha_Asiento BETWEEN '" + sql::date(first) + "' AND '" + sql::date(last) + "')" +
            reconciliation;
 }
 
 bool clsMov::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF, std::string strCuentaD,
                             Date dteFechaI, Date dteFechaF, std::int16_t intPunteo) {
-    return plainHandler("clsMov::Cambiar_Cuenta", [&] {
+    return plainHandler("clsMov::Cambiar_Cuenta", Access::Writes, [&] {
         kvlnmov::cEmpresa& context = empresa();
         checkDatesInExercise(context, "clsMov::Cambiar_Cuenta", dteFechaI, dteFechaF);
         std::string p = sql::reconciliationFilter(intPunteo);
@@ -144,17 +144,18 @@ bool clsMov::Cambiar_Cuenta(std::string strCuentaI, std::string strCuentaF, std:
             book->Cambiar_Cuenta(strCuentaI, strCuentaF, strCuentaD, dteFechaI, dteFechaF,
                                  intPunteo);
         }
-        connection().Execute("UPDATE Movimientos_Sec SET Contrap ='" + strCuentaD + "'" + where +
-                             " AND (Contrap BETWEEN '" + strCuentaI + "' AND '" + strCuentaF +
-                             "')" + " AND Apunte IN (SELECT Imp_ApunteRef FROM Movimientos" +
-                             where + selection + ")");
-        connection().Execute("UPDATE Movimientos SET Imp_Contrap ='" + strCuentaD + "'" +
+        connection().Execute("UPDATE Movimientos_Sec SET Contrap ='" + sql::text(strCuentaD) + "'" +
+                             where + " AND (Contrap BETWEEN '" + sql::text(strCuentaI) + "' AND '" +
+                             sql::text(strCuentaF) + "')" +
+                             " AND Apunte IN (SELECT Imp_ApunteRef FROM Movimientos" + where +
+                             selection + ")");
+        connection().Execute("UPDATE Movimientos SET Imp_Contrap ='" + sql::text(strCuentaD) + "'" +
                              ", Cod_Usuario =" + sql::integer(sql::currentUser(context)) +
                              ", FechaUltMod = GETDATE()" + where + " AND (Imp_Contrap BETWEEN '" +
-                             strCuentaI + "' AND '" + strCuentaF + "')" +
+                             sql::text(strCuentaI) + "' AND '" + sql::text(strCuentaF) + "')" +
                              " AND (Fecha_Asiento BETWEEN '" + sql::date(dteFechaI) + "' AND '" +
                              sql::date(dteFechaF) + "')" + p);
-        connection().Execute("UPDATE Movimientos SET Cuenta ='" + strCuentaD + "'" +
+        connection().Execute("UPDATE Movimientos SET Cuenta ='" + sql::text(strCuentaD) + "'" +
                              ", Cod_Usuario =" + sql::integer(sql::currentUser(context)) +
                              ", FechaUltMod = GETDATE()" + where + selection);
         return true;

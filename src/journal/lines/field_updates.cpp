@@ -13,7 +13,7 @@ const std::string kNotModified = "Error. No se ha modificado el apunte.";
 bool clsMov::Puntear() {
     return retryingHandler(
         "clsMov::Puntear", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             handler.statement([&] {
                 connection().Execute(
                     "UPDATE Movimientos SET Punteo =" + sql::integer(punteo_) +
@@ -28,7 +28,7 @@ bool clsMov::Puntear() {
 bool clsMov::Puntear347() {
     return retryingHandler(
         "clsMov::Puntear347", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             handler.statement([&] {
                 connection().Execute(
                     "UPDATE Movimientos SET M347 =" + sql::flag(m347_) +
@@ -43,7 +43,7 @@ bool clsMov::Puntear347() {
 bool clsMov::Modificar_Concepto() {
     return retryingHandler(
         "clsMov::Modificar_Concepto", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             std::int32_t changed = handler.statement([&] {
                 return connection().Execute(
                     "UPDATE Movimientos SET Concepto ='" + sql::cut(concepto_, kConceptLength) +
@@ -58,7 +58,7 @@ bool clsMov::Modificar_Concepto() {
 bool clsMov::Modificar_Documento() {
     return retryingHandler(
         "clsMov::Modificar_Documento", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             std::int32_t changed = handler.statement([&] {
                 return connection().Execute(
                     "UPDATE Movimientos SET Documento ='" + sql::text(documento_) + "'" +
@@ -73,7 +73,7 @@ bool clsMov::Modificar_Documento() {
 bool clsMov::Modificar_F7() {
     return retryingHandler(
         "clsMov::Modificar_F7", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             checkDateInExercise(context, "clsMov::Insertar", fecha_);
             checkOpenExercise(handler);
 

@@ -126,11 +126,11 @@ Variant clsMov::InsertarSII(std::int32_t lngApunte, std::int16_t intTipoLibro,
     kvlnmov::cEmpresa& context = empresa();
     std::string date = funciones().FechaSQL(dteFechaFacturaEmisor.toText());
     std::int32_t changed = connection().Execute(
-        "UPDATE Movimientos_SII SET NumSerieFacturaEmisor ='" + strNumSerieFacturaEmisor + "'" +
-        ", FechaFacturaEmisor ='" + date + "'" + sql::whereCompanyExercise(context) +
-        " AND Apunte =" + sql::integer(lngApunte) + " AND TipoLibro =" +
-        sql::integer(intTipoLibro) + " AND IDLibroFactura =" + sql::integer(lngIDLibroFactura) +
-        " AND TipoFactura =" + sql::integer(intTipoFactura));
+        "UPDATE Movimientos_SII SET NumSerieFacturaEmisor ='" +
+        sql::text(strNumSerieFacturaEmisor) + "'" + ", FechaFacturaEmisor ='" + date + "'" +
+        sql::whereCompanyExercise(context) + " AND Apunte =" + sql::integer(lngApunte) +
+        " AND TipoLibro =" + sql::integer(intTipoLibro) + " AND IDLibroFactura =" +
+        sql::integer(lngIDLibroFactura) + " AND TipoFactura =" + sql::integer(intTipoFactura));
     if (changed == 0) {
         connection().Execute(
             "INSERT INTO Movimientos_SII (Cod_Empresa, Cod_Ejercicio, Apunte, TipoLibro, "
@@ -138,7 +138,7 @@ Variant clsMov::InsertarSII(std::int32_t lngApunte, std::int16_t intTipoLibro,
             sql::integer(context.Cod_Empresa()) + ", " + sql::integer(context.Cod_Ejercicio()) +
             ", " + sql::integer(lngApunte) + ", " + sql::integer(intTipoLibro) + ", " +
             sql::integer(lngIDLibroFactura) + ", " + sql::integer(intTipoFactura) + ", '" +
-            strNumSerieFacturaEmisor + "'" + ", '" +
+            sql::text(strNumSerieFacturaEmisor) + "'" + ", '" +
             funciones().FechaSQL(dteFechaFacturaEmisor.toText()) + "')");
     }
     return {};

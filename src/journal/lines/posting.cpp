@@ -15,7 +15,7 @@ const std::string kNotModified = "Error. No se ha modificado el apunte.";
 bool clsMov::Insertar() {
     return retryingHandler(
         "clsMov::Insertar", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             checkDateInExercise(context, "clsMov::Insertar", fechaAsiento_);
             checkOpenExercise(handler);
             if (cuenta_.size() != static_cast<std::size_t>(context.LongitudCuenta())) {
@@ -69,7 +69,7 @@ bool clsMov::Insertar() {
 bool clsMov::Modificar() {
     return retryingHandler(
         "clsMov::Modificar", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             checkDateInExercise(context, "clsMov::Insertar", fechaAsiento_);
             checkOpenExercise(handler);
 
@@ -105,7 +105,7 @@ bool clsMov::Modificar() {
 bool clsMov::Eliminar() {
     return retryingHandler(
         "clsMov::Eliminar", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             checkOpenExercise(handler);
 
             if (auto stored = readStoredLine(handler)) {
@@ -146,7 +146,7 @@ bool clsMov::Eliminar() {
 }
 
 bool clsMov::EliminarSec(std::int32_t lngApunte) {
-    return plainHandler("clsMov::EliminarSec", [&] {
+    return plainHandler("clsMov::EliminarSec", Access::Writes, [&] {
         connection().Execute("DELETE FROM Movimientos_Sec" + sql::whereCompanyExercise(empresa()) +
                              " AND Apunte =" + sql::integer(lngApunte));
         return true;
@@ -158,7 +158,7 @@ bool clsMov::InsertarSec(std::int32_t lngApunte, std::string strContrap, Currenc
                          std::int16_t intImp_Tipo, Currency curCuota) {
     return retryingHandler(
         "clsMov::InsertarSec", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-            kvlnmov::cEmpresa& context = empresa();
+            kvlnmov::cEmpresa& context = empresa(handler);
             handler.statement([&] {
                 connection().Execute(
                     "INSERT INTO Movimientos_Sec (Cod_Empresa, Cod_Ejercicio, Apunte, Contrap, "

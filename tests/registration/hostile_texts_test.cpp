@@ -1,0 +1,359 @@
+// No text given to the library can change what a statement does. Every public class is
+// driven through late binding with one text property or text argument at a time holding a
+// text that, were it read as SQL, would end its literal, concatenate a marker and open a new
+// literal: "Q' + 'MARK". A statement carrying it must fail with the server's syntax error
+// before it runs, so the marker joined as "QMARK" can never reach any table.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "kvlnmov/db/recordset.h"
+#include "kvlnmov/frame/context.h"
+#include "kvlnmov/frame/library.h"
+#include "kvlnmov/frame/regional.h"
+#include "kvlnmov/journal/cls_asiento.h"
+#include "kvlnmov/journal/cls_mov.h"
+#include "kvlnmov/masters/cls_concepto.h"
+#include "kvlnmov/registration/registry.h"
+#include "kvlnmov/schema/schema.h"
+#include "kvlnmov/users/cls_usuario.h"
+#include "support/rows.h"
+#include "support/test_connection.h"
+
+namespace kvlnmov::testing {
+namespace {
+
+using registration::ValueKind;
+
+const std::string kHostile = "Q' + 'MARK";
+const std::string kJoined = "QMARK";
+
+class Recorder : public db::StatementObserver {
+  public:
+    void statementSent(std::string_view text) override { texts.emplace_back(text); }
+    std::vector<std::string> texts;
+};
+
+/// Every text value of every table, to look for the marker.
+std::vector<std::string> tablesHolding(const db::ConnectionRef& connection,
+                                       const std::string& marker) {
+    std::vector<std::string> found;
+    for (const schema::Table& table : schema::companyTables()) {
+        const Rows rows = queryRows(connection, "SELECT * FROM " + table.name);
+        for (const auto& row : rows) {
+            for (const Variant& value : row) {
+                if (value.type() == VariantType::String &&
+                    value.toText().find(marker) != std::string::npos) {
+                    found.push_back(table.name + ": " + value.toText());
+                }
+            }
+        }
+    }
+    return found;
+}
+
+class HostileTextTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        resetLibrary();
+        setRegional(Regional{});
+        ui_ = std::make_shared<RecordingUserInterface>();
+        setUserInterface(ui_);
+    }
+    void TearDown() override { resetLibrary(); }
+
+    /// A company with an open exercise, an entry of two lines, a concept, a user and an
+    /// opening balance: enough rows for every operation to reach its statements.
+    void seed() {
+        resetLibrary();
+        setUserInterface(ui_);
+        database_ = std::make_unique<TestDatabase>();
+        connection_ = database_->connect();
+        connection_->createCompanySchema();
+        connection_->Execute(
+            "INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (1, 'Empresa', 0)");
+        connection_->Execute(
+            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
+            "FechaFin) VALUES (1, 2026, 0, '01/01/2026', '31/12/2026')");
+        connection_->Execute(
+            "INSERT INTO SGD_Usuarios (Codigo, Nombre, Alias, Password, AccesoCentral, ForzarPass) "
+            "VALUES (1, 'Administrador', 'admin', 'secreto', 1, 0)");
+        connection_->Execute(
+            "INSERT INTO SGD_Usuarios_Grupos (CodUsuario, CodGrupo) VALUES (1, 1)");
+        context_ = std::make_shared<SettableContext>();
+        context_->company = 1;
+        context_->exercise = 2026;
+        context_->firstDay = Date::ymd(2026, 1, 1);
+        context_->lastDay = Date::ymd(2026, 12, 31);
+        context_->levelLengths = {1, 2, 3, 4, 8};
+        context_->values["UsuarioActual"] = Variant("1");
+
+        auto header = std::make_shared<clsAsiento>();
+        header->Conexion(connection_);
+        header->cEmpresa(context_);
+        header->Fecha(Date::ymd(2026, 3, 15));
+        header->Insertar();
+        for (const char* account : {"43000001", "70000001"}) {
+            auto line = std::make_shared<clsMov>();
+            line->cEmpresa(context_);
+            line->Asiento(header->Codigo());
+            line->Fecha_Asiento(Date::ymd(2026, 3, 15));
+            line->Fecha(Date::ymd(2026, 3, 15));
+            line->Cuenta(account);
+            line->Concepto("Factura 1");
+            if (account[0] == '4') {
+                line->Debe(Currency::fromUnits(100));
+            } else {
+                line->Haber(Currency::fromUnits(100));
+            }
+            line->Insertar();
+        }
+        auto sales = std::make_shared<clsConcepto>();
+        sales->cEmpresa(context_);
+        sales->Codigo("VTA");
+        sales->Nombre("Ventas");
+        sales->Insertar();
+    }
+
+    /// A text for property or argument `name` that lets the operation reach its statements.
+    static std::string benignText(const std::string& name) {
+        if (name.find("Cuenta") != std::string::npos || name.find("Contrap") != std::string::npos ||
+            name.find("Banco") != std::string::npos)
+            return "43000001";
+        if (name == "Codigo" || name == "Cto_Aut") return "VTA";
+        if (name == "Grupos") return ",1,";
+        if (name == "strUsuario" || name == "Alias") return "admin";
+        if (name == "strPassword" || name == "Password") return "secreto";
+        return "texto";
+    }
+
+    /// A value of `kind` that names the seeded rows (entry 1, line 1, user 1).
+    static Variant benignValue(ValueKind kind, const std::string& name) {
+        switch (kind) {
+            case ValueKind::Boolean:
+                return Variant(false);
+            case ValueKind::Byte:
+                return Variant(static_cast<std::uint8_t>(1));
+            case ValueKind::Integer:
+                return Variant(static_cast<std::int16_t>(name == "Cod_Ejercicio" ? 2026 : 1));
+            case ValueKind::Long:
+                return Variant(static_cast<std::int32_t>(1));
+            case ValueKind::Currency:
+                return Variant(Currency::fromUnits(100));
+            case ValueKind::Double:
+                return Variant(100.0);
+            case ValueKind::Date:
+                return Variant(Date::ymd(2026, 3, 15));
+            case ValueKind::String:
+                return Variant(benignText(name));
+            default:
+                return Variant();
+        }
+    }
+
+    /// One operation with `hostileSlot` (a text property, or a text parameter of the
+    /// operation) holding the hostile text; checks what it did.
+    void attack(const std::string& progId, const std::string& method,
+                const std::string& hostileSlot) {
+        SCOPED_TRACE(progId + "." + method + " with " + hostileSlot);
+        const registration::ClassInfo& info = *registration::findClass(progId);
+        ObjectRef object = registration::CreateObject(progId);
+        for (const auto& [name, property] : info.properties) {
+            if (!property.put || property.indexCount != 0) continue;
+            if (property.kind == ValueKind::Object) {
+                if (name.find("Conexion") != std::string::npos)
+                    registration::putProperty(*object, name, Variant(connection_));
+                else if (name.find("Empresa") != std::string::npos)
+                    registration::putProperty(*object, name, Variant(context_));
+                continue;
+            }
+            if (property.kind == ValueKind::Variant) continue;
+            try {
+                registration::putProperty(
+                    *object, name,
+                    name == hostileSlot ? Variant(kHostile) : benignValue(property.kind, name));
+            } catch (const Error&) {
+                // A property may refuse the text outright (then it never reaches a statement),
+                // and obsolete properties refuse any value.
+                if (name == hostileSlot) return;
+            }
+        }
+        const registration::MethodInfo& operation = info.methods.at(method);
+        std::vector<Variant> arguments;
+        for (const registration::Parameter& parameter : operation.parameters) {
+            if (parameter.optional) break;
+            arguments.push_back(parameter.name == hostileSlot
+                                    ? Variant(kHostile)
+                                    : benignValue(parameter.kind, parameter.name));
+        }
+
+        auto recorder = std::make_shared<Recorder>();
+        connection_->addObserver(recorder);
+        std::optional<Error> raised;
+        Variant result;
+        try {
+            result = registration::invoke(*object, method, arguments);
+        } catch (const Error& error) {
+            raised = error;
+        }
+        connection_->removeObserver(recorder.get());
+
+        const bool carried =
+            std::any_of(recorder->texts.begin(), recorder->texts.end(),
+                        [](const std::string& text) { return text.find(kHostile) != text.npos; });
+        if (carried) {
+            ++carriedCount_;
+            ASSERT_TRUE(raised.has_value()) << "a statement carried the text and ran";
+            EXPECT_EQ(raised->number(), errc::kSyntax) << raised->description();
+        }
+        if (method == "Autentificacion" && hostileSlot.starts_with("str")) {
+            EXPECT_FALSE(!raised && result.toBoolean()) << "authenticated";
+        }
+        EXPECT_EQ(tablesHolding(connection_, kJoined), std::vector<std::string>{});
+    }
+
+    std::shared_ptr<RecordingUserInterface> ui_;
+    std::unique_ptr<TestDatabase> database_;
+    db::ConnectionRef connection_;
+    std::shared_ptr<SettableContext> context_;
+    int carriedCount_ = 0;
+};
+
+TEST_F(HostileTextTest, NoTextOfAnyClassBecomesSql) {
+    int attacks = 0;
+    for (const std::string& progId : registration::registeredProgIds()) {
+        const registration::ClassInfo& info = *registration::findClass(progId);
+        std::vector<std::string> textProperties;
+        for (const auto& [name, property] : info.properties) {
+            if (property.kind == ValueKind::String && property.put && property.indexCount == 0)
+                textProperties.push_back(name);
+        }
+        for (const auto& [method, operation] : info.methods) {
+            std::vector<std::string> slots = textProperties;
+            for (const registration::Parameter& parameter : operation.parameters) {
+                if (parameter.kind == ValueKind::String && !parameter.optional)
+                    slots.push_back(parameter.name);
+            }
+            seed();
+            for (const std::string& slot : slots) {
+                attack(progId, method, slot);
+                ++attacks;
+                if (::testing::Test::HasFatalFailure()) return;
+            }
+        }
+    }
+    // The sweep must have reached statements carrying the text, many times over.
+    EXPECT_GT(attacks, 300);
+    EXPECT_GT(carriedCount_, 100);
+}
+
+/// Every row of every table but those named in `except`.
+std::map<std::string, Rows> snapshot(const db::ConnectionRef& connection,
+                                     const std::vector<std::string>& except = {}) {
+    std::map<std::string, Rows> tables;
+    for (const schema::Table& table : schema::companyTables()) {
+        if (std::find(except.begin(), except.end(), table.name) != except.end()) continue;
+        tables[table.name] = queryRows(connection, "SELECT * FROM " + table.name);
+    }
+    return tables;
+}
+
+// The attacks a user could type, one by one, with everything they leave behind.
+class KnownAttackTest : public HostileTextTest {
+  protected:
+    void SetUp() override {
+        HostileTextTest::SetUp();
+        seed();
+        recorder_ = std::make_shared<Recorder>();
+        connection_->addObserver(recorder_);
+    }
+    std::shared_ptr<clsMov> firstLine() {
+        auto line = std::make_shared<clsMov>();
+        line->cEmpresa(context_);
+        line->Apunte(1);
+        line->Asiento(1);
+        line->Fecha_Asiento(Date::ymd(2026, 3, 15));
+        line->Fecha(Date::ymd(2026, 3, 15));
+        line->Cuenta("43000001");
+        line->Debe(Currency::fromUnits(100));
+        return line;
+    }
+    std::shared_ptr<Recorder> recorder_;
+};
+
+TEST_F(KnownAttackTest, ACommentInAConceptDoesNotRewriteEveryLine) {
+    const auto before = snapshot(connection_);
+    recorder_->texts.clear();
+    auto line = firstLine();
+    line->Concepto("x' --");
+    const Error error = errorOf([&] { line->Modificar_Concepto(); });
+    EXPECT_EQ(error.number(), errc::kSyntax);
+    EXPECT_EQ(error.source(), "clsMov::Modificar_Concepto");
+    EXPECT_EQ(error.description(), "Incorrect syntax near 'x'.");
+    EXPECT_EQ(ui_->yields, 6);  // refused like any failing statement, seven times
+    ASSERT_EQ(recorder_->texts.size(), 7u) << ::testing::PrintToString(recorder_->texts);
+    EXPECT_EQ(recorder_->texts[0].rfind("UPDATE Movimientos SET Concepto ='x' --'", 0), 0u);
+    EXPECT_EQ(snapshot(connection_), before);
+}
+
+TEST_F(KnownAttackTest, AssignmentsInAConceptDoNotZeroTheAmounts) {
+    const auto lines = queryRows(connection_, "SELECT * FROM Movimientos");
+    const auto others = snapshot(connection_, {"Acumulados", "Acumulados_Dpto"});
+    auto line = firstLine();
+    line->Concepto("x', Debe = 0, Haber = 0 --");
+    const Error error = errorOf([&] { line->Modificar(); });
+    EXPECT_EQ(error.number(), errc::kSyntax);
+    EXPECT_EQ(error.source(), "clsMov::Modificar");
+    EXPECT_EQ(error.description(), "Incorrect syntax near ','.");
+    EXPECT_EQ(queryRows(connection_, "SELECT * FROM Movimientos"), lines);
+    EXPECT_EQ(snapshot(connection_, {"Acumulados", "Acumulados_Dpto"}), others);
+    // As for any failing update of a line, the old amounts taken out of the balances before it
+    // stay out: the line's 100 left the March debits of its account and summary accounts.
+    EXPECT_EQ(queryRows(connection_,
+                        "SELECT Cuenta, D3 FROM Acumulados WHERE Cuenta LIKE '4%' ORDER BY Cuenta"),
+              (Rows{{Variant("4"), Variant(Currency())},
+                    {Variant("43"), Variant(Currency())},
+                    {Variant("430"), Variant(Currency())},
+                    {Variant("4300"), Variant(Currency())},
+                    {Variant("43000001"), Variant(Currency())}}));
+}
+
+TEST_F(KnownAttackTest, APasswordThatIsSqlNeverAuthenticates) {
+    const auto before = snapshot(connection_);
+    auto user = std::make_shared<clsUsuario>();
+    user->cEmpresa(context_);
+    for (const std::string& password : {std::string("x' OR '1'='1"), std::string("O'Brien")}) {
+        SCOPED_TRACE(password);
+        bool authenticated = false;
+        const Error error =
+            errorOf([&] { authenticated = user->Autentificacion("admin", password); });
+        EXPECT_FALSE(authenticated);
+        EXPECT_EQ(error.number(), errc::kSyntax);
+        EXPECT_EQ(error.source(), "clsUsuario::Autentificacion");
+    }
+    EXPECT_TRUE(user->Autentificacion("admin", "secreto"));  // the real one still works
+    EXPECT_TRUE(ui_->shown.empty());
+    EXPECT_EQ(snapshot(connection_), before);
+}
+
+TEST_F(KnownAttackTest, ASubqueryInAConceptStoresNoPassword) {
+    const auto before = snapshot(connection_, {"Contador_Apuntes"});
+    auto line = firstLine();
+    line->Concepto("x' + (SELECT TOP 1 Password FROM SGD_Usuarios) + '");
+    const Error error = errorOf([&] { line->Insertar(); });
+    EXPECT_EQ(error.number(), errc::kSyntax);
+    EXPECT_EQ(error.source(), "clsMov::Insertar");
+    EXPECT_EQ(tablesHolding(connection_, "secreto"),
+              std::vector<std::string>{"SGD_Usuarios: secreto"});
+    // The line number was reserved before the refused insert, as for any failing insert.
+    EXPECT_EQ(snapshot(connection_, {"Contador_Apuntes"}), before);
+}
+
+}  // namespace
+}  // namespace kvlnmov::testing
