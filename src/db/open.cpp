@@ -64,7 +64,15 @@ ConnectionRef openConnection(std::string_view connectionString) {
             throw openError("Busy Timeout must be a whole number of milliseconds: '" + busyText +
                             "'.");
     }
-    return sqlite::openSqliteConnection(std::string(connectionString), path, busyTimeoutMs);
+    const std::string mode = connectionStringValue(connectionString, "Mode");
+    bool readOnly = false;
+    if (text::equalsIgnoringCase(mode, "Read")) {
+        readOnly = true;
+    } else if (!mode.empty() && !text::equalsIgnoringCase(mode, "ReadWrite")) {
+        throw openError("Mode must be Read or ReadWrite: '" + mode + "'.");
+    }
+    return sqlite::openSqliteConnection(std::string(connectionString), path, busyTimeoutMs,
+                                        readOnly);
 }
 
 }  // namespace kvlnmov::db

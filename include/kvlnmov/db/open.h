@@ -8,10 +8,14 @@
 namespace kvlnmov::db {
 
 /// Opens a connection by ADO-style connection string:
-/// - "Provider=SQLite;Data Source=<file or :memory:>[;Busy Timeout=<ms>]" opens the embedded
-///   provider, which runs SQL Server statements on SQLite. A missing file is created (empty:
-///   see Connection::createCompanySchema); a file runs in WAL journal mode, so readers never
-///   wait for a writer. A statement that waits longer than the busy timeout (default 5000 ms)
+/// - "Provider=SQLite;Data Source=<file or :memory:>[;Busy Timeout=<ms>][;Mode=Read]" opens
+///   the embedded provider, which runs SQL Server statements on SQLite. A missing file is
+///   created (empty: see Connection::createCompanySchema). A writable database runs in WAL
+///   journal mode, so readers never wait for a writer; the mode is switched when the schema is
+///   created or a database that holds data is opened, never on an empty file or one opened
+///   only for reading. "Mode=Read" opens an existing file for reading only (a missing file is
+///   an error, any change fails); a file the process may not write is read all the same.
+///   A statement that waits longer than the busy timeout (default 5000 ms)
 ///   for another connection's lock fails with -2147217871 "Query timeout expired". Date texts
 ///   in statements are read in the day/month order of the library-wide regional settings.
 ///   Errors carry the source "kvlnmov SQLite provider".

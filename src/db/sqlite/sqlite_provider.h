@@ -14,11 +14,13 @@ inline constexpr const char* kProviderName = "kvlnmov SQLite provider";
 /// Busy timeout used when the connection string names none.
 inline constexpr int kDefaultBusyTimeoutMs = 5000;
 
-/// Opens (creating when missing) the database file `path`, or a private in-memory database
-/// for ":memory:". A file database runs in WAL journal mode. A lock that another connection
-/// holds longer than `busyTimeoutMs` milliseconds fails the statement with "Query timeout
-/// expired". Raises -2147467259 when the file cannot be opened or is not a database.
+/// Opens (creating when missing, unless `readOnly`) the database file `path`, or a private
+/// in-memory database for ":memory:". A writable file database that holds data runs in WAL
+/// journal mode (an empty one is switched when its schema is created); a file opened for
+/// reading only, or that the process may not write, is left as it is. A lock that another
+/// connection holds longer than `busyTimeoutMs` milliseconds fails the statement with "Query
+/// timeout expired". Raises -2147467259 when the file cannot be opened or is not a database.
 ConnectionRef openSqliteConnection(std::string connectionString, const std::string& path,
-                                   int busyTimeoutMs);
+                                   int busyTimeoutMs, bool readOnly = false);
 
 }  // namespace kvlnmov::db::sqlite
