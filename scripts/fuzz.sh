@@ -87,6 +87,10 @@ UBSAN_OPTIONS="${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}" \
     -max_len=4096 -dict="$out/tsql.dict" -artifact_prefix="$out/findings/" \
     -print_final_stats=1 "$@" "$out/work-corpus" "$out/corpus" || status=$?
 
+if ((status == 72)); then
+    echo "fuzz: interrupted" >&2
+    exit "$status"
+fi
 if ((status != 0)); then
     found=$(find "$out/findings" -type f -newer "$marker" | sort)
     echo "fuzz: FINDING (exit $status)" >&2
