@@ -173,6 +173,22 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"SELECT Cuenta, (SELECT MAX(m.Debe)) FROM Movimientos m", kSyntax,
                   "An aggregate of outer references only is not supported by the SQLite "
                   "provider."},
+        // SQLite resolves a subquery's GROUP BY and ORDER BY against the subquery alone.
+        ErrorCase{"SELECT * FROM SGD_Usuarios WHERE Codigo IN (SELECT TOP 1 Codigo x WHERE "
+                  "Codigo > 9 ORDER BY Codigo ASC)",
+                  kSyntax,
+                  "An outer reference in the ORDER BY clause of a subquery is not supported by "
+                  "the SQLite provider."},
+        ErrorCase{"SELECT (SELECT TOP 1 Codigo FROM Asientos ORDER BY (SELECT m.Debe)) FROM "
+                  "Movimientos m",
+                  kSyntax,
+                  "An outer reference in the ORDER BY clause of a subquery is not supported by "
+                  "the SQLite provider."},
+        ErrorCase{"SELECT (SELECT COUNT(*) FROM Asientos a GROUP BY a.Codigo + m.Apunte) FROM "
+                  "Movimientos m",
+                  kSyntax,
+                  "An outer reference in the GROUP BY clause of a subquery is not supported by "
+                  "the SQLite provider."},
         // A constant groups nothing (SQLite would make one group of every row).
         ErrorCase{"SELECT COUNT(*) FROM Movimientos GROUP BY 'a'", kSyntax,
                   "Each GROUP BY expression must contain at least one column that is not an "

@@ -85,6 +85,18 @@ bool readsColumnOf(const Expr& expr, const std::vector<BoundSource*>& sources) {
 
 }  // namespace
 
+bool Binder::readsOuterColumn(const Expr& expr, const Scope& scope) const {
+    std::vector<BoundSource*> enclosing;
+    for (const Scope* level = scope.parent; level != nullptr; level = level->parent) {
+        enclosing.insert(enclosing.end(), level->sources.begin(), level->sources.end());
+    }
+    bool found = false;
+    visitExpr(expr, [&](const Expr& node) {
+        found = found || (node.kind == ExprKind::Column && containsSource(enclosing, node.source));
+    });
+    return found;
+}
+
 Binder::Binder(const Catalog& catalog, const SqlErrors& errors)
     : catalog_(catalog), errors_(errors) {}
 
@@ -268,6 +280,17 @@ void Binder::bindSelect(SelectStmt& select, const Scope* outer, bool nested) {
     }
     if (select.having) bindCondition(select.having, &scope, Clause::Having);
     bindOrderBy(select, scope);
+    // SQLite resolves a subquery's GROUP BY and ORDER BY against the subquery alone.
+    for (const auto& group : select.groupBy) {
+        if (readsOuterColumn(*group, scope)) {
+            throw errors_.unsupported("An outer reference in the GROUP BY clause of a subquery");
+        }
+    }
+    for (const OrderItem& item : select.orderBy) {
+        if (readsOuterColumn(*item.expr, scope)) {
+            throw errors_.unsupported("An outer reference in the ORDER BY clause of a subquery");
+        }
+    }
 
     if (!select.groupBy.empty() || state.hasAggregate) validateGrouping(select, scope);
 

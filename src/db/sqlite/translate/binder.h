@@ -74,6 +74,8 @@ class Binder {
     void bindFunction(ExprPtr& expr, const Scope* scope, Clause clause);
     void bindAggregate(Expr& expr, const Scope* scope, Clause clause);
 
+    /// True when `expr` (subqueries included) reads a column of a query enclosing `scope`'s.
+    bool readsOuterColumn(const Expr& expr, const Scope& scope) const;
     /// Records the literals of `expr` as part of the statement's shape (their text decided
     /// how the statement was bound).
     void keepInShape(const Expr& expr);
