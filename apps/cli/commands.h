@@ -48,6 +48,9 @@ Command addShowCommand(CLI::App& app);
 Command addAnnulCommand(CLI::App& app);
 /// `kvlnmov renumber DB OLD NEW`: moves the lines of entry OLD to the existing entry NEW.
 Command addRenumberCommand(CLI::App& app);
+/// `kvlnmov verify DB|--connection STRING [--company N --exercise N] [--repair]`: checks the
+/// running balances against the journal and, with --repair, rewrites them.
+Command addVerifyCommand(CLI::App& app);
 /// `kvlnmov reassign DB --from A --to B --dest D --start DATE --end DATE`: moves the lines of
 /// an account range to one account.
 Command addReassignCommand(CLI::App& app);

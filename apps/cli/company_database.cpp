@@ -64,13 +64,19 @@ void createCompanyDatabase(const CompanySetup& setup) {
     }
 }
 
-CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> company,
-                                    std::optional<int> exercise, int user) {
+db::ConnectionRef openExistingDatabase(const std::string& path, const std::string& connection) {
+    if (!connection.empty()) return db::openConnection(connection);
+    // The embedded provider creates a missing file: it is looked for first.
     if (!std::filesystem::is_regular_file(path)) {
         throw UsageError{"'" + path + "' is not a database file (create one with kvlnmov init)"};
     }
+    return db::openConnection("Provider=SQLite;Data Source=" + path);
+}
+
+CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> company,
+                                    std::optional<int> exercise, int user) {
     CompanyDatabase opened;
-    opened.connection = db::openConnection("Provider=SQLite;Data Source=" + path);
+    opened.connection = openExistingDatabase(path, {});
     if (!company || !exercise) {
         auto [onlyCompany, onlyExercise] = EmpresaContext::singleCompanyExercise(opened.connection);
         if (!company) company = onlyCompany;

@@ -39,6 +39,11 @@ struct CompanyDatabase {
     std::shared_ptr<EmpresaContext> context;
 };
 
+/// Opens an existing company database: the database file `path`, which must exist (a missing
+/// one is a UsageError and is not created), or with `connection` the database that connection
+/// string names, opened as `createCompanyDatabase` opens it (an ODBC one for SQL Server).
+db::ConnectionRef openExistingDatabase(const std::string& path, const std::string& connection);
+
 /// Opens `path` (which must exist: UsageError otherwise) and reads the context of `company`
 /// and `exercise`, or of the database's only company and exercise when they are not given.
 /// `user` becomes the context's current user ("UsuarioActual").

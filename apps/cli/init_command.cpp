@@ -69,6 +69,16 @@ int runInit(const InitOptions& options) {
     const Date to = parseDate(
         options.to.empty() ? std::to_string(options.exercise) + "-12-31" : options.to, "--to");
     if (to < from) throw UsageError{"--to must not be before --from"};
+    // The balances keep one column per calendar month (D1..D12, H1..H12), periods counted from
+    // the first month: an exercise may reach into twelve calendar months at most, or two of
+    // its months would share a column.
+    const int months = (to.year() - from.year()) * 12 + (to.month() - from.month()) + 1;
+    if (months > 12) {
+        throw UsageError{
+            "an exercise spans at most twelve calendar months (the balances keep "
+            "one column per month): " +
+            from.toIso() + " to " + to.toIso() + " spans " + std::to_string(months) + " months"};
+    }
     checkLevels(options.levels);
 
     if (options.database.empty() == options.connection.empty())
@@ -104,8 +114,9 @@ Command addInitCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "init",
         "Create a company database: the schema, one company and one open exercise.\n"
-        "Refuses a file that exists and is not empty. With --connection the database is an\n"
-        "empty one the connection string names (SQL Server through ODBC).");
+        "Refuses a file that exists and is not empty, and an exercise that spans more than\n"
+        "twelve calendar months. With --connection the database is an empty one the\n"
+        "connection string names (SQL Server through ODBC).");
     command->add_option("DB", options->database, "Database file to create (SQLite)");
     command->add_option("--connection", options->connection,
                         "Connection string of an empty database instead of a file, as "

@@ -12,9 +12,11 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     // One line per command, in the order --help lists them.
     std::vector<Command> commands{
-        addInitCommand(app),     addSchemaCommand(app),   addDemoCommand(app), addPostCommand(app),
-        addBalanceCommand(app),  addBooksCommand(app),    addShowCommand(app), addAnnulCommand(app),
-        addRenumberCommand(app), addReassignCommand(app), addSqlCommand(app),  addRunCommand(app),
+        addInitCommand(app),     addSchemaCommand(app),  addDemoCommand(app),
+        addPostCommand(app),     addBalanceCommand(app), addBooksCommand(app),
+        addShowCommand(app),     addAnnulCommand(app),   addRenumberCommand(app),
+        addReassignCommand(app), addVerifyCommand(app),  addSqlCommand(app),
+        addRunCommand(app),
     };
 
     try {

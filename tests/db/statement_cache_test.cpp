@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "kvlnmov/frame/error.h"
 
 namespace kvlnmov::db::sqlite {
@@ -74,6 +76,58 @@ TEST_F(StatementCacheTest, TextThatDoesNotPrepareRaisesTheMappedError) {
     }
     EXPECT_EQ(cache.idleCount(), 0u);
 }
+
+std::string repeated(const std::string& piece, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += piece;
+    return text;
+}
+
+std::string list(const std::string& item, int count) {
+    std::string text = item;
+    for (int i = 1; i < count; ++i) text += ", " + item;
+    return text;
+}
+
+// SQLite prepares less than the server accepts: past its limits the statement is refused as
+// the server refuses one past its own.
+struct LimitCase {
+    std::string sql;
+    std::string description;
+};
+
+class StatementCacheLimit : public StatementCacheTest,
+                            public ::testing::WithParamInterface<LimitCase> {};
+
+TEST_P(StatementCacheLimit, IsReportedAsTheServersLimitError) {
+    StatementCache cache(db_, 2);
+    try {
+        cache.acquire(GetParam().sql);
+        FAIL() << "prepared";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.number(), errc::kSyntax);
+        EXPECT_EQ(error.source(), "kvlnmov SQLite provider");
+        EXPECT_EQ(error.description(), GetParam().description);
+    }
+}
+
+const std::string kNested =
+    "Some part of your SQL statement is nested too deeply. Rewrite the query or break it up "
+    "into smaller queries.";
+const std::string kExpressionLimit =
+    "Internal error: An expression services limit has been reached. Please look for "
+    "potentially complex expressions in your query, and try to simplify them.";
+
+INSTANTIATE_TEST_SUITE_P(
+    Limits, StatementCacheLimit,
+    ::testing::Values(LimitCase{"SELECT " + repeated("(", 120) + "1" + repeated(")", 120), kNested},
+                      LimitCase{"SELECT " + repeated("(SELECT ", 30) + "1" + repeated(")", 30),
+                                kNested},
+                      LimitCase{"SELECT 1" + repeated(" + 1", 1200), kNested},
+                      LimitCase{"SELECT " + list("1", 2001), kExpressionLimit},
+                      LimitCase{"SELECT coalesce(" + list("1", 200) + ")", kExpressionLimit},
+                      LimitCase{"SELECT 1 FROM " + list("(SELECT 1)", 70), kExpressionLimit},
+                      LimitCase{"SELECT ?250001", kExpressionLimit}));
 
 }  // namespace
 }  // namespace kvlnmov::db::sqlite

@@ -1,8 +1,42 @@
 #include "db/sqlite/statement_cache.h"
 
+#include <string_view>
+
 #include "db/sqlite/sqlite_error.h"
+#include "db/sqlite/sqlite_provider.h"
+#include "db/sqlite/translate/sql_errors.h"
 
 namespace kvlnmov::db::sqlite {
+
+namespace {
+
+// The error for a statement SQLite cannot prepare. The translator writes valid SQLite text,
+// but SQLite bounds what it prepares (parser stack, expression depth, columns, terms,
+// arguments, tables in a join, parameters) well below the server's bounds: a statement past
+// them is reported as the server reports one past its own.
+Error prepareError(sqlite3* db, int resultCode) {
+    const std::string_view message = sqlite3_errmsg(db);
+    const tsql::SqlErrors errors(kProviderName);
+    if (message == "parser stack overflow" || message.starts_with("Expression tree is too large")) {
+        return errors.nestedTooDeeply();
+    }
+    constexpr std::string_view kLimits[] = {
+        "too many columns",
+        "too many terms in",
+        "too many arguments on function",
+        "too many SQL variables",
+        "too many FROM clause",
+        "too many references to",
+        "variable number must be between",
+    };
+    bool limit = (resultCode & 0xff) == SQLITE_TOOBIG ||
+                 (message.starts_with("at most ") && message.ends_with("tables in a join"));
+    for (std::string_view prefix : kLimits) limit = limit || message.starts_with(prefix);
+    if (limit) return errors.expressionLimit();
+    return sqliteError(db, resultCode);
+}
+
+}  // namespace
 
 StatementCache::Lease& StatementCache::Lease::operator=(Lease&& other) noexcept {
     if (this != &other) {
@@ -32,7 +66,7 @@ StatementCache::Lease StatementCache::acquire(const std::string& sql) {
                                               SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
     if (resultCode != SQLITE_OK) {
         sqlite3_finalize(statement);
-        throw sqliteError(db_, resultCode);
+        throw prepareError(db_, resultCode);
     }
     return Lease(this, sql, statement);
 }

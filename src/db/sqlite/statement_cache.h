@@ -45,7 +45,8 @@ class StatementCache {
     StatementCache& operator=(const StatementCache&) = delete;
 
     /// The prepared statement for `sql`: the cached one when idle, else a new one. Raises the
-    /// mapped SQLite error when it cannot be prepared.
+    /// mapped SQLite error when it cannot be prepared; past SQLite's limits (nesting, columns,
+    /// terms, ...) that is the server's error for a statement past its limits (-2147217900).
     Lease acquire(const std::string& sql);
     /// Finalizes every idle statement.
     void clear();

@@ -3,70 +3,43 @@
 // every level of the chart), in `Acumulados` and per department in `Acumulados_Dpto`.
 // Ordinary entries accumulate debit and credit apart per period (D1..D12, H1..H12); opening
 // entries accumulate the balance in `Apertura`, closing entries in `Cierre` with the opposite
-// sign, because a closing entry reverses the balances it closes.
+// sign, because a closing entry reverses the balances it closes. Which rows, which column and
+// which sign are decided by the rules in journal/verification/accumulation_rules.h, which the
+// balance verifier replays.
 
+#include "journal/verification/accumulation_rules.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/sql_text.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {
 
-namespace {
-
-enum class EntryKind { Ordinary, Opening, Closing };
-
-}  // namespace
-
 void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::int16_t intDpto,
                         Currency curDebe, Currency curHaber) {
     retryingHandler("clsMov::Acumulados", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
         kvlnmov::cEmpresa& context = empresa();
+        const std::int16_t level = accumulation::accountLevel(context, strCuenta);
 
-        // The account's level: the first level whose length is the account's (0 for none).
-        int level = 0;
-        std::int16_t levels = context.Niveles();
-        for (std::int16_t i = 0; i <= levels; ++i) {
-            if (static_cast<std::size_t>(context.LongitudNivel(i)) == strCuenta.size()) {
-                level = i + 1;
-                break;
-            }
-        }
-
-        EntryKind kind = handler.statement([&] {
+        const accumulation::EntryKind kind = handler.statement([&] {
             db::Recordset header;
             header.Open("SELECT Cierre, Fecha FROM Asientos" + sql::whereCompanyExercise(context) +
                             " AND Codigo =" + sql::integer(asiento_),
                         connectionRef());
-            EntryKind found = EntryKind::Ordinary;
+            accumulation::EntryKind found = accumulation::EntryKind::Ordinary;
             if (!header.Eof()) {
-                const Variant& cierre = header.Fields("Cierre");
-                if (!cierre.isNull() && cierre.toBoolean()) {
-                    found = header.Fields("Fecha").toDate() == context.FechaInicio()
-                                ? EntryKind::Opening
-                                : EntryKind::Closing;
-                }
+                found = accumulation::entryKind(context, header.Fields("Cierre"),
+                                                header.Fields("Fecha"));
             }
             header.Close();
             return found;
         });
 
-        bool debit = !curDebe.isZero();
-        Currency value = debit ? curDebe : curHaber;
-        bool negate = kind == EntryKind::Closing ? bolAdd : !bolAdd;
-        if (negate) value = -value;
-        std::string amount = sql::number(value);
-
-        std::string column;
-        std::string clause;
-        if (kind == EntryKind::Ordinary) {
-            std::string period =
-                std::to_string(context.PeriodoMes(static_cast<std::int16_t>(dteFecha.month())));
-            column = (debit ? "D" : "H") + period;
-            clause = column + " = " + column + " + (" + amount + ")";
-        } else {
-            column = kind == EntryKind::Opening ? "Apertura" : "Cierre";
-            clause = column + " = " + column + (debit ? " + (" : " - (") + amount + ")";
-        }
+        const accumulation::Change change =
+            accumulation::change(context, kind, bolAdd, dteFecha, curDebe, curHaber);
+        const std::string& column = change.column;
+        const std::string amount = sql::number(change.amount);
+        const std::string clause =
+            column + " = " + column + (change.subtracts ? " - (" : " + (") + amount + ")";
 
         std::string company = sql::integer(context.Cod_Empresa());
         std::string exercise = sql::integer(context.Cod_Ejercicio());
@@ -85,8 +58,8 @@ void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::
                     connection().Execute(
                         "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, "
                         "Cuenta, Nivel, " +
-                        column + ") VALUES (" + company + ", " + exercise + ", '" + account +
-                        "', " + levelText + ", " + amount + ")");
+                        column + ") VALUES (" + company + ", " + exercise + ", '" +
+                        sql::text(account) + "', " + levelText + ", " + amount + ")");
                 });
             }
             changed = handler.statement([&] {
@@ -99,18 +72,15 @@ void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::
                     connection().Execute(
                         "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, "
                         "Nivel, " +
-                        column + ") VALUES (" + company + ", " + exercise + ", '" + account +
-                        "', " + department + ", " + levelText + ", " + amount + ")");
+                        column + ") VALUES (" + company + ", " + exercise + ", '" +
+                        sql::text(account) + "', " + department + ", " + levelText + ", " + amount +
+                        ")");
                 });
             }
         };
 
-        accumulate(strCuenta);
-        std::int16_t summaryLevels = context.Niveles();
-        for (std::int16_t i = 0; i <= summaryLevels - 2; ++i) {
-            std::int16_t length = context.LongitudNivel(i);
-            if (length > 0) accumulate(sql::cut(strCuenta, static_cast<std::size_t>(length)));
-        }
+        for (const std::string& account : accumulation::touchedAccounts(context, strCuenta))
+            accumulate(account);
     });
 }
 

@@ -63,6 +63,8 @@ struct Expr {
     bool negated = false;   ///< NOT BETWEEN, NOT IN, NOT LIKE, IS NOT NULL
     bool distinct = false;  ///< COUNT(DISTINCT x)
     bool star = false;      ///< COUNT(*)
+    /// Nodes on the longest path from this node down, subqueries included (at least 1).
+    int height = 1;
 
     // Literal
     LiteralKind literalKind = LiteralKind::Integer;
@@ -141,6 +143,8 @@ struct TableRef {
     std::unique_ptr<TableRef> left;
     std::unique_ptr<TableRef> right;
     ExprPtr on;
+    /// As Expr::height, for the tree of joins and derived tables.
+    int height = 1;
     // Bound
     BoundSource* source = nullptr;
 };
@@ -160,6 +164,8 @@ struct SelectStmt {
     std::vector<ExprPtr> groupBy;
     ExprPtr having;
     std::vector<OrderItem> orderBy;
+    /// As Expr::height, for everything the SELECT holds.
+    int height = 1;
     // Bound
     std::vector<OutputColumn> output;
 };
@@ -208,14 +214,35 @@ struct ModifyStmt {
     ModifyForm form = ModifyForm::Plain;
 };
 
+/// A literal whose value decides the statement's meaning rather than being a value bound to
+/// it: a cached translation serves a statement of the same shape only when it matches.
+struct ShapeLiteral {
+    enum class Match {
+        Text,    ///< the same text (an ORDER BY position, a type length, an alias)
+        Length,  ///< the same number of characters (a text whose length types a result)
+    };
+    int ordinal = -1;
+    Match match = Match::Text;
+    std::string text;  ///< Text: the literal's text; Length: its number of characters
+    bool operator==(const ShapeLiteral&) const = default;
+};
+
 struct Statement {
     enum class Kind { Select, Insert, Update, Delete } kind = Kind::Select;
     std::unique_ptr<SelectStmt> select;
     std::unique_ptr<InsertStmt> insert;
     std::unique_ptr<ModifyStmt> modify;
-    /// Literals the parser keeps in the text (ORDER BY positions, type lengths, styles):
-    /// ordinal and text, which a cached translation must match.
-    std::vector<std::pair<int, std::string>> inlineLiterals;
+    /// Literals that are part of the statement's shape: kept in the text (ORDER BY positions,
+    /// type lengths, styles), naming a result (aliases), matched by their text (GROUP BY
+    /// items), or typing a result by their length. Recorded by the parser and the binder.
+    std::vector<ShapeLiteral> shapeLiterals;
+    void addShapeLiteral(int ordinal, ShapeLiteral::Match match, std::string text) {
+        ShapeLiteral literal{ordinal, match, std::move(text)};
+        for (const ShapeLiteral& known : shapeLiterals) {
+            if (known == literal) return;
+        }
+        shapeLiterals.push_back(std::move(literal));
+    }
 };
 
 }  // namespace kvlnmov::db::sqlite::tsql

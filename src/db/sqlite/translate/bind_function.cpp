@@ -25,6 +25,17 @@ bool isKnownUnsupported(const std::string& name) {
     return false;
 }
 
+// Whether `expr` reads a column of `sources`, and whether it reads any column at all
+// (subqueries excluded).
+void columnsRead(const Expr& expr, const std::vector<BoundSource*>& sources, bool& local,
+                 bool& any) {
+    if (expr.kind == ExprKind::Column) {
+        any = true;
+        for (const BoundSource* source : sources) local = local || source == expr.source;
+    }
+    for (const auto& arg : expr.args) columnsRead(*arg, sources, local, any);
+}
+
 }  // namespace
 
 void Binder::bindAggregate(Expr& node, const Scope* scope, Clause clause) {
@@ -74,6 +85,15 @@ void Binder::bindAggregate(Expr& node, const Scope* scope, Clause clause) {
     bindExpr(node.args[0], scope, clause);
     --aggregateDepth_;
     requireValue(*node.args[0]);
+    bool local = false;
+    bool any = false;
+    columnsRead(*node.args[0], scope != nullptr ? scope->sources : std::vector<BoundSource*>{},
+                local, any);
+    if (any && !local) {
+        // The server (and SQLite) make it an aggregate of the enclosing query, which this
+        // provider does not bind as such.
+        throw errors_.unsupported("An aggregate of outer references only");
+    }
     Type type = node.args[0]->type;
     if (name == "COUNT") {
         node.type = {TypeKind::Int};

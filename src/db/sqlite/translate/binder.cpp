@@ -16,7 +16,8 @@ std::string expressionKey(const Expr& expr) {
     std::string key = std::to_string(static_cast<int>(expr.kind)) + ":" + expr.op;
     switch (expr.kind) {
         case ExprKind::Literal:
-            key += (expr.literalNegative ? "-" : "") + expr.literalText;
+            key += std::to_string(static_cast<int>(expr.literalKind)) +
+                   (expr.literalNegative ? "-" : "") + expr.literalText;
             break;
         case ExprKind::Column:
             key += std::to_string(reinterpret_cast<std::uintptr_t>(expr.source)) + "." +
@@ -73,14 +74,45 @@ bool containsSource(const std::vector<BoundSource*>& sources, const BoundSource*
     return false;
 }
 
+// True when `expr` reads a column of one of `sources` (subqueries excluded).
+bool readsColumnOf(const Expr& expr, const std::vector<BoundSource*>& sources) {
+    if (expr.kind == ExprKind::Column && containsSource(sources, expr.source)) return true;
+    for (const auto& arg : expr.args) {
+        if (readsColumnOf(*arg, sources)) return true;
+    }
+    return false;
+}
+
 }  // namespace
+
+bool Binder::readsOuterColumn(const Expr& expr, const Scope& scope) const {
+    std::vector<BoundSource*> enclosing;
+    for (const Scope* level = scope.parent; level != nullptr; level = level->parent) {
+        enclosing.insert(enclosing.end(), level->sources.begin(), level->sources.end());
+    }
+    bool found = false;
+    visitExpr(expr, [&](const Expr& node) {
+        found = found || (node.kind == ExprKind::Column && containsSource(enclosing, node.source));
+    });
+    return found;
+}
 
 Binder::Binder(const Catalog& catalog, const SqlErrors& errors)
     : catalog_(catalog), errors_(errors) {}
 
 Binder::~Binder() = default;
 
+void Binder::keepInShape(const Expr& expr) {
+    visitExpr(expr, [&](const Expr& node) {
+        if (node.kind == ExprKind::Literal) {
+            statement_->addShapeLiteral(node.literalOrdinal, ShapeLiteral::Match::Text,
+                                        node.literalText);
+        }
+    });
+}
+
 void Binder::bind(Statement& statement) {
+    statement_ = &statement;
     switch (statement.kind) {
         case Statement::Kind::Select:
             bindSelect(*statement.select, nullptr, false);
@@ -110,11 +142,19 @@ BoundSource* Binder::addTableSource(TableRef& ref, Scope& scope) {
     } else {
         source->emitQualifier = ref.alias;
         for (std::size_t i = 0; i < ref.derived->output.size(); ++i) {
-            if (ref.derived->output[i].name.empty()) {
+            const OutputColumn& column = ref.derived->output[i];
+            if (column.name.empty()) {
                 throw errors_.syntax("No column name was specified for column " +
                                      std::to_string(i + 1) + " of '" + ref.alias + "'.");
             }
-            source->columns.push_back(ref.derived->output[i]);
+            for (const OutputColumn& other : source->columns) {
+                // SQLite would rename the second one: the server refuses the pair.
+                if (equalsIgnoreCase(other.name, column.name)) {
+                    throw errors_.syntax("The column '" + column.name +
+                                         "' was specified multiple times for '" + ref.alias + "'.");
+                }
+            }
+            source->columns.push_back(column);
         }
     }
     for (const BoundSource* other : scope.sources) {
@@ -232,9 +272,25 @@ void Binder::bindSelect(SelectStmt& select, const Scope* outer, bool nested) {
     for (auto& group : select.groupBy) {
         bindExpr(group, &scope, Clause::GroupBy);
         requireValue(*group);
+        if (!readsColumnOf(*group, scope.sources)) {
+            throw errors_.syntax(
+                "Each GROUP BY expression must contain at least one column that is not an outer "
+                "reference.");
+        }
     }
     if (select.having) bindCondition(select.having, &scope, Clause::Having);
     bindOrderBy(select, scope);
+    // SQLite resolves a subquery's GROUP BY and ORDER BY against the subquery alone.
+    for (const auto& group : select.groupBy) {
+        if (readsOuterColumn(*group, scope)) {
+            throw errors_.unsupported("An outer reference in the GROUP BY clause of a subquery");
+        }
+    }
+    for (const OrderItem& item : select.orderBy) {
+        if (readsOuterColumn(*item.expr, scope)) {
+            throw errors_.unsupported("An outer reference in the ORDER BY clause of a subquery");
+        }
+    }
 
     if (!select.groupBy.empty() || state.hasAggregate) validateGrouping(select, scope);
 
@@ -280,7 +336,11 @@ void Binder::bindOrderBy(SelectStmt& select, const Scope& scope) {
         if (select.distinct) {
             bool listed = false;
             for (const SelectItem& selected : select.items) {
-                listed = listed || expressionKey(*selected.expr) == expressionKey(*item.expr);
+                if (expressionKey(*selected.expr) != expressionKey(*item.expr)) continue;
+                // Listed because the texts of their literals are the same.
+                listed = true;
+                keepInShape(*selected.expr);
+                keepInShape(*item.expr);
             }
             if (!listed) {
                 throw errors_.syntax(
@@ -293,11 +353,18 @@ void Binder::bindOrderBy(SelectStmt& select, const Scope& scope) {
 
 void Binder::validateGrouping(SelectStmt& select, const Scope& scope) {
     std::set<std::string> groupKeys;
-    for (const auto& group : select.groupBy) groupKeys.insert(expressionKey(*group));
+    for (const auto& group : select.groupBy) {
+        groupKeys.insert(expressionKey(*group));
+        // Items match GROUP BY items by the texts of their literals too.
+        keepInShape(*group);
+    }
     std::function<void(const Expr&, const char*)> check = [&](const Expr& expr,
                                                               const char* clause) {
         if (expr.aggregate || expr.kind == ExprKind::OutputRef) return;
-        if (groupKeys.count(expressionKey(expr)) != 0) return;
+        if (groupKeys.count(expressionKey(expr)) != 0) {
+            keepInShape(expr);
+            return;
+        }
         if (expr.kind == ExprKind::Column) {
             if (containsSource(scope.sources, expr.source)) {
                 std::string name = expr.source->exposedName + "." + expr.columnName;

@@ -74,8 +74,15 @@ class Binder {
     void bindFunction(ExprPtr& expr, const Scope* scope, Clause clause);
     void bindAggregate(Expr& expr, const Scope* scope, Clause clause);
 
+    /// True when `expr` (subqueries included) reads a column of a query enclosing `scope`'s.
+    bool readsOuterColumn(const Expr& expr, const Scope& scope) const;
+    /// Records the literals of `expr` as part of the statement's shape (their text decided
+    /// how the statement was bound).
+    void keepInShape(const Expr& expr);
+
     const Catalog& catalog_;
     const SqlErrors& errors_;
+    Statement* statement_ = nullptr;
     std::vector<std::unique_ptr<BoundSource>> sources_;
     SelectState* select_ = nullptr;
     int aggregateDepth_ = 0;

@@ -16,14 +16,14 @@ constexpr int kConcatenation = 8;
 constexpr int kUnary = 9;
 constexpr int kAtom = 10;
 
-std::string atom(const std::string& sql, int precedence) {
+SqlText atom(const SqlText& sql, int precedence) {
     return precedence >= kAtom ? sql : "(" + sql + ")";
 }
 
 // Canonical date text of `value` moved by `modifier` ("+1.5 days"): a date alone at
 // midnight, else with milliseconds.
-std::string shiftedDate(const std::string& value, const std::string& modifier) {
-    std::string moved = "strftime('%Y-%m-%d %H:%M:%f', " + value + ", " + modifier + ")";
+SqlText shiftedDate(const SqlText& value, const SqlText& modifier) {
+    SqlText moved = "strftime('%Y-%m-%d %H:%M:%f', " + value + ", " + modifier + ")";
     return "(CASE WHEN substr(" + moved + ", 12) = '00:00:00.000' THEN substr(" + moved +
            ", 1, 10) ELSE " + moved + " END)";
 }
@@ -55,13 +55,13 @@ std::string dateFormat(int style) {
 
 }  // namespace
 
-std::string Emitter::operand(const Expr& node, int precedence) {
+SqlText Emitter::operand(const Expr& node, int precedence) {
     Fragment fragment = expr(node);
     if (fragment.precedence < precedence) return "(" + fragment.sql + ")";
     return fragment.sql;
 }
 
-std::string Emitter::collated(const Expr& node, int precedence, bool needsCollation) {
+SqlText Emitter::collated(const Expr& node, int precedence, bool needsCollation) {
     // Text compares without regard to case, as the server's default collation does. Columns
     // carry that collation themselves; other text expressions get it here.
     if (needsCollation) return operand(node, kAtom) + " COLLATE NOCASE";
@@ -87,7 +87,20 @@ Emitter::Fragment Emitter::column(const Expr& node) {
             kAtom};
 }
 
+void Emitter::checkSize(const SqlText& text) const {
+    // A parameter is written as "?N": a few bytes each.
+    if (text.plainText().size() + 8 * text.markers().size() > sizeLimit_) {
+        throw errors_.expressionLimit();
+    }
+}
+
 Emitter::Fragment Emitter::expr(const Expr& node) {
+    Fragment fragment = build(node);
+    checkSize(fragment.sql);
+    return fragment;
+}
+
+Emitter::Fragment Emitter::build(const Expr& node) {
     switch (node.kind) {
         case ExprKind::Literal: {
             ParameterSource source;
@@ -113,8 +126,9 @@ Emitter::Fragment Emitter::expr(const Expr& node) {
             return {parameter(source), kAtom};
         }
         case ExprKind::Negate: {
-            std::string value = operand(*node.args[0], kUnary);
-            if (!value.empty() && value[0] == '-') value = "(" + value + ")";
+            SqlText value = operand(*node.args[0], kUnary);
+            // "--" would start a comment.
+            if (value.startsWith('-')) value = "(" + value + ")";
             return {"-" + value, kUnary};
         }
         case ExprKind::Arithmetic:
@@ -136,7 +150,7 @@ Emitter::Fragment Emitter::expr(const Expr& node) {
                 anyColumn = anyColumn || arg->kind == ExprKind::Column;
                 allText = allText && isText(arg->type.kind);
             }
-            std::string text = collated(*node.args[0], kAdditive, allText && !anyColumn);
+            SqlText text = collated(*node.args[0], kAdditive, allText && !anyColumn);
             text += node.negated ? " NOT" : "";
             if (node.kind == ExprKind::Between) {
                 text += " BETWEEN " + operand(*node.args[1], kAdditive) + " AND " +
@@ -158,9 +172,9 @@ Emitter::Fragment Emitter::expr(const Expr& node) {
         case ExprKind::Exists:
             return {"EXISTS (" + select(*node.subquery) + ")", kAtom};
         case ExprKind::Like: {
-            std::string text = operand(*node.args[0], kAdditive) +
-                               (node.negated ? " NOT LIKE " : " LIKE ") +
-                               operand(*node.args[1], kAdditive);
+            SqlText text = operand(*node.args[0], kAdditive) +
+                           (node.negated ? " NOT LIKE " : " LIKE ") +
+                           operand(*node.args[1], kAdditive);
             if (node.args.size() > 2) text += " ESCAPE " + operand(*node.args[2], kAdditive);
             return {text, kComparison};
         }
@@ -177,7 +191,7 @@ Emitter::Fragment Emitter::expr(const Expr& node) {
         case ExprKind::Function:
             return function(node);
         case ExprKind::Case: {
-            std::string text = "CASE";
+            SqlText text = "CASE";
             std::size_t first = node.caseHasOperand ? 1 : 0;
             if (node.caseHasOperand) text += " " + sql(*node.args[0]);
             std::size_t pairsEnd = node.args.size() - (node.caseHasElse ? 1 : 0);
@@ -212,27 +226,27 @@ Emitter::Fragment Emitter::arithmetic(const Expr& node) {
             // from zero, in integers. The left factor is split into whole units and a
             // remainder (same sign) so the product stays within 64 bits for large amounts:
             // a * b / 10000 = (a / 10000) * b + (a % 10000) * b / 10000.
-            std::string a = operand(left, kAtom);
-            std::string b = operand(right, kAtom);
-            std::string part = "(" + a + " % 10000) * " + b;
+            SqlText a = operand(left, kAtom);
+            SqlText b = operand(right, kAtom);
+            SqlText part = "(" + a + " % 10000) * " + b;
             return {"((" + a + " / 10000) * " + b + " + (" + part + " + CASE WHEN " + part +
                         " < 0 THEN -5000 ELSE 5000 END) / 10000)",
                     kAtom};
         }
         case ArithmeticForm::MoneyDivide: {
             // round(n / d) with halves away from zero, in integers: (2n ± d) / 2d.
-            std::string numerator = operand(left, kAtom);
+            SqlText numerator = operand(left, kAtom);
             if (node.scaleDigits == 4) numerator = "(" + numerator + " * 10000)";
             if (node.scaleDigits == 8) numerator = "(" + numerator + " * 100000000)";
-            std::string divisor = operand(right, kAtom);
+            SqlText divisor = operand(right, kAtom);
             return {"((2 * " + numerator + " + CASE WHEN (" + numerator + " < 0) = (" + divisor +
                         " < 0) THEN " + divisor + " ELSE -" + divisor + " END) / (2 * " + divisor +
                         "))",
                     kAtom};
         }
         case ArithmeticForm::DateAddDays: {
-            std::string days = operand(right, kAtom);
-            std::string modifier =
+            SqlText days = operand(right, kAtom);
+            SqlText modifier =
                 "printf('%+.10f days', " + std::string(node.op == "-" ? "-" : "") + days + ")";
             return {shiftedDate(sql(left), modifier), kAtom};
         }
@@ -253,11 +267,11 @@ Emitter::Fragment Emitter::function(const Expr& node) {
                 kAtom};
     }
     if (name == "SUM" || name == "MIN" || name == "MAX" || name == "AVG") {
-        std::string inner = std::string(node.distinct ? "DISTINCT " : "") + argument(0);
+        SqlText inner = (node.distinct ? "DISTINCT " : "") + argument(0);
         if (name == "AVG" && node.type.kind == TypeKind::Money) {
             // Exact: the sum divided by the count, halves away from zero.
-            std::string sum = "SUM(" + inner + ")";
-            std::string count = "COUNT(" + inner + ")";
+            SqlText sum = "SUM(" + inner + ")";
+            SqlText count = "COUNT(" + inner + ")";
             return {"((2 * " + sum + " + CASE WHEN " + sum + " < 0 THEN -" + count + " ELSE " +
                         count + " END) / (2 * " + count + "))",
                     kAtom};
@@ -270,7 +284,7 @@ Emitter::Fragment Emitter::function(const Expr& node) {
     }
     if (name == "ISNULL") return {"IFNULL(" + argument(0) + ", " + argument(1) + ")", kAtom};
     if (name == "COALESCE" || name == "NULLIF") {
-        std::string text = name + "(";
+        SqlText text = name + "(";
         for (std::size_t i = 0; i < node.args.size(); ++i) {
             if (i > 0) text += ", ";
             text += argument(i);
@@ -286,7 +300,7 @@ Emitter::Fragment Emitter::function(const Expr& node) {
     if (name == "LEN") return {"length(rtrim(" + argument(0) + ", ' '))", kAtom};
     if (name == "LEFT") return {"substr(" + argument(0) + ", 1, " + argument(1) + ")", kAtom};
     if (name == "RIGHT") {
-        std::string text = argument(0);
+        SqlText text = argument(0);
         return {"substr(" + text + ", max(length(" + text + ") - " +
                     operand(*node.args[1], kMultiplicative) + " + 1, 1))",
                 kAtom};
@@ -302,8 +316,8 @@ Emitter::Fragment Emitter::function(const Expr& node) {
 
 Emitter::Fragment Emitter::conversion(const Fragment& value, Type from, Type to, int style,
                                       bool explicitCast) {
-    const std::string& text = value.sql;
-    const std::string wrapped = atom(text, value.precedence);
+    const SqlText& text = value.sql;
+    const SqlText wrapped = atom(text, value.precedence);
     TypeKind source = from.kind;
     if (source == TypeKind::Null) return value;
     switch (to.kind) {
@@ -350,7 +364,9 @@ Emitter::Fragment Emitter::conversion(const Fragment& value, Type from, Type to,
                 result = {"printf('%.2f', " + wrapped + " / 10000.0)", kAtom};
             } else if (source == TypeKind::DateTime) {
                 std::string format = dateFormat(style);
-                if (!format.empty()) result = {"strftime('" + format + "', " + text + ")", kAtom};
+                if (!format.empty()) {
+                    result = {"strftime('" + format + "', " + text + ")", kAtom};
+                }
             } else if (!isText(source)) {
                 result = {"CAST(" + text + " AS TEXT)", kAtom};
             }

@@ -1,15 +1,11 @@
 #include "db/sqlite/translate/emitter.h"
 
-#include <map>
-
 #include "db/sqlite/translate/text_util.h"
 
 namespace kvlnmov::db::sqlite::tsql {
 
 namespace {
 
-constexpr char kMarkerStart = '\x01';
-constexpr char kMarkerEnd = '\x02';
 constexpr const char* kSourceAlias = "kvl_source";
 constexpr const char* kRowidColumn = "kvl_rowid";
 
@@ -38,7 +34,7 @@ void collectSources(const TableRef& ref, std::vector<const BoundSource*>& source
 }  // namespace
 
 EmittedStatement Emitter::emit(const Statement& statement) {
-    std::string text;
+    SqlText text;
     switch (statement.kind) {
         case Statement::Kind::Select:
             text = select(*statement.select);
@@ -51,40 +47,39 @@ EmittedStatement Emitter::emit(const Statement& statement) {
             text = modify(*statement.modify);
             break;
     }
-    // Parameters were written as markers in the order they were made; number them in the
-    // order they appear in the text.
+    // Parameters were made in the order the emitter met them; number them in the order they
+    // appear in the text, one number per parameter however often it is written.
     EmittedStatement result;
-    std::map<int, int> numbers;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != kMarkerStart) {
-            result.sql += text[i];
-            continue;
+    const std::string& plain = text.plainText();
+    std::vector<int> numbers(parameters_.size(), 0);
+    std::size_t copied = 0;
+    for (const SqlText::Marker& marker : text.markers()) {
+        result.sql.append(plain, copied, marker.offset - copied);
+        copied = marker.offset;
+        int& number = numbers.at(static_cast<std::size_t>(marker.index));
+        if (number == 0) {
+            result.parameters.push_back(parameters_[static_cast<std::size_t>(marker.index)]);
+            number = static_cast<int>(result.parameters.size());
         }
-        std::size_t end = text.find(kMarkerEnd, i);
-        int index = std::stoi(text.substr(i + 1, end - i - 1));
-        auto [entry, added] = numbers.emplace(index, static_cast<int>(numbers.size()) + 1);
-        if (added) result.parameters.push_back(parameters_[index]);
-        result.sql += "?" + std::to_string(entry->second);
-        i = end;
+        result.sql += "?" + std::to_string(number);
     }
+    result.sql.append(plain, copied, std::string::npos);
     return result;
 }
 
-std::string Emitter::parameter(ParameterSource source) {
+SqlText Emitter::parameter(ParameterSource source) {
     // GETDATE() is one instant per statement, @@IDENTITY one value: each gets one number.
     if (source.kind != ParameterSourceKind::Literal) {
         for (std::size_t i = 0; i < parameters_.size(); ++i) {
-            if (parameters_[i].kind == source.kind) {
-                return kMarkerStart + std::to_string(i) + kMarkerEnd;
-            }
+            if (parameters_[i].kind == source.kind) return SqlText::parameter(static_cast<int>(i));
         }
     }
     parameters_.push_back(source);
-    return kMarkerStart + std::to_string(parameters_.size() - 1) + kMarkerEnd;
+    return SqlText::parameter(static_cast<int>(parameters_.size() - 1));
 }
 
-std::string Emitter::select(const SelectStmt& select) {
-    std::string text = "SELECT ";
+SqlText Emitter::select(const SelectStmt& select) {
+    SqlText text = "SELECT ";
     if (select.distinct) text += "DISTINCT ";
     for (std::size_t i = 0; i < select.items.size(); ++i) {
         if (i > 0) text += ", ";
@@ -111,11 +106,12 @@ std::string Emitter::select(const SelectStmt& select) {
         }
     }
     if (select.top) text += " LIMIT " + sql(*select.top);
+    checkSize(text);
     return text;
 }
 
-std::string Emitter::fromList(const std::vector<std::unique_ptr<TableRef>>& from) {
-    std::string text;
+SqlText Emitter::fromList(const std::vector<std::unique_ptr<TableRef>>& from) {
+    SqlText text;
     for (std::size_t i = 0; i < from.size(); ++i) {
         if (i > 0) text += ", ";
         text += tableRef(*from[i]);
@@ -123,19 +119,19 @@ std::string Emitter::fromList(const std::vector<std::unique_ptr<TableRef>>& from
     return text;
 }
 
-std::string Emitter::tableRef(const TableRef& ref) {
+SqlText Emitter::tableRef(const TableRef& ref) {
     switch (ref.kind) {
         case TableRef::Kind::Table: {
-            std::string text = quoteIdentifier(ref.source->table->name);
+            SqlText text = quoteIdentifier(ref.source->table->name);
             if (ref.hasAlias) text += " AS " + quoteIdentifier(ref.alias);
             return text;
         }
         case TableRef::Kind::Derived:
             return "(" + select(*ref.derived) + ") AS " + quoteIdentifier(ref.alias);
         case TableRef::Kind::Join: {
-            std::string right = tableRef(*ref.right);
+            SqlText right = tableRef(*ref.right);
             if (ref.right->kind == TableRef::Kind::Join) right = "(" + right + ")";
-            std::string text = tableRef(*ref.left) + " " + joinWord(ref.joinKind) + " " + right;
+            SqlText text = tableRef(*ref.left) + " " + joinWord(ref.joinKind) + " " + right;
             if (ref.on) text += " ON " + sql(*ref.on);
             return text;
         }
@@ -143,8 +139,8 @@ std::string Emitter::tableRef(const TableRef& ref) {
     return {};
 }
 
-std::string Emitter::insert(const InsertStmt& insert) {
-    std::string text = "INSERT INTO " + quoteIdentifier(insert.target->name) + " (";
+SqlText Emitter::insert(const InsertStmt& insert) {
+    SqlText text = "INSERT INTO " + quoteIdentifier(insert.target->name) + " (";
     for (std::size_t i = 0; i < insert.targetColumns.size(); ++i) {
         if (i > 0) text += ", ";
         text += quoteIdentifier(insert.targetColumns[i]->name);
@@ -164,13 +160,13 @@ std::string Emitter::insert(const InsertStmt& insert) {
     return text;
 }
 
-std::string Emitter::modify(const ModifyStmt& modify) {
+SqlText Emitter::modify(const ModifyStmt& modify) {
     const std::string table = quoteIdentifier(modify.table->name);
     const std::string qualifier = quoteIdentifier(modify.targetSource->emitQualifier);
     const bool aliased = modify.targetSource->emitQualifier != modify.table->name;
 
     auto setList = [&]() {
-        std::string text = " SET ";
+        SqlText text = " SET ";
         for (std::size_t i = 0; i < modify.assignments.size(); ++i) {
             if (i > 0) text += ", ";
             text += quoteIdentifier(modify.assignments[i].target->name) + " = " +
@@ -178,8 +174,8 @@ std::string Emitter::modify(const ModifyStmt& modify) {
         }
         return text;
     };
-    auto joinedRows = [&](const std::string& selected) {
-        std::string text = "SELECT " + selected + " FROM ";
+    auto joinedRows = [&](const SqlText& selected) {
+        SqlText text = "SELECT " + selected + " FROM ";
         if (modify.implicitTarget) {
             text += tableRef(*modify.implicitTarget);
             if (!modify.from.empty()) text += ", ";
@@ -190,13 +186,14 @@ std::string Emitter::modify(const ModifyStmt& modify) {
     };
 
     if (modify.form == ModifyForm::Plain) {
-        std::string text = modify.isDelete ? "DELETE FROM " + table : "UPDATE " + table + setList();
+        SqlText text =
+            modify.isDelete ? SqlText("DELETE FROM " + table) : "UPDATE " + table + setList();
         if (modify.where) text += " WHERE " + sql(*modify.where);
         return text;
     }
     if (modify.form == ModifyForm::RowidIn) {
         // Only the target rows the join matches change: they are picked by rowid.
-        std::string text;
+        SqlText text;
         if (modify.isDelete) {
             text = "DELETE FROM " + table + " WHERE rowid IN (";
         } else {
@@ -211,9 +208,9 @@ std::string Emitter::modify(const ModifyStmt& modify) {
     exports_.clear();
     if (modify.implicitTarget) collectSources(*modify.implicitTarget, exportedSources_);
     for (const auto& ref : modify.from) collectSources(*ref, exportedSources_);
-    std::string text = "UPDATE " + table + setList();
+    SqlText text = "UPDATE " + table + setList();
     exportedSources_.clear();
-    std::string selected = qualifier + ".rowid AS " + quoteIdentifier(kRowidColumn);
+    SqlText selected = qualifier + ".rowid AS " + quoteIdentifier(kRowidColumn);
     for (const auto& [columnSql, name] : exports_) {
         selected += ", " + columnSql + " AS " + quoteIdentifier(name);
     }

@@ -1,4 +1,5 @@
 #include "db/sqlite/translate/parser.h"
+#include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::db::sqlite::tsql {
 
@@ -22,12 +23,13 @@ std::string normalizedComparison(const std::string& op) {
 }  // namespace
 
 ExprPtr Parser::parseExpression() {
+    Nesting nesting(*this);
     auto left = parseAnd();
     while (peek().isKeyword("OR")) {
         auto node = makeExpr(ExprKind::Or, &advance());
         node->args.push_back(std::move(left));
         node->args.push_back(parseAnd());
-        left = std::move(node);
+        left = measured(std::move(node));
     }
     return left;
 }
@@ -38,16 +40,17 @@ ExprPtr Parser::parseAnd() {
         auto node = makeExpr(ExprKind::And, &advance());
         node->args.push_back(std::move(left));
         node->args.push_back(parseNot());
-        left = std::move(node);
+        left = measured(std::move(node));
     }
     return left;
 }
 
 ExprPtr Parser::parseNot() {
     if (peek().isKeyword("NOT")) {
+        Nesting nesting(*this);
         auto node = makeExpr(ExprKind::Not, &advance());
         node->args.push_back(parseNot());
-        return node;
+        return measured(std::move(node));
     }
     return parsePredicate();
 }
@@ -58,7 +61,7 @@ ExprPtr Parser::parsePredicate() {
         expectSymbol("(");
         node->subquery = parseSelect();
         expectSymbol(")");
-        return node;
+        return measured(std::move(node));
     }
     const Token* start = &peek();
     auto left = parseAdditive();
@@ -67,7 +70,7 @@ ExprPtr Parser::parsePredicate() {
         node->op = normalizedComparison(advance().upper);
         node->args.push_back(std::move(left));
         node->args.push_back(parseAdditive());
-        return node;
+        return measured(std::move(node));
     }
     bool negated = false;
     if (peek().isKeyword("NOT") &&
@@ -82,7 +85,7 @@ ExprPtr Parser::parsePredicate() {
         node->args.push_back(parseAdditive());
         expectKeyword("AND");
         node->args.push_back(parseAdditive());
-        return node;
+        return measured(std::move(node));
     }
     if (acceptKeyword("IN")) {
         expectSymbol("(");
@@ -100,7 +103,7 @@ ExprPtr Parser::parsePredicate() {
         }
         expectSymbol(")");
         node->negated = negated;
-        return node;
+        return measured(std::move(node));
     }
     if (acceptKeyword("LIKE")) {
         auto node = makeExpr(ExprKind::Like, start);
@@ -108,14 +111,14 @@ ExprPtr Parser::parsePredicate() {
         node->args.push_back(std::move(left));
         node->args.push_back(parseAdditive());
         if (acceptKeyword("ESCAPE")) node->args.push_back(parseAdditive());
-        return node;
+        return measured(std::move(node));
     }
     if (acceptKeyword("IS")) {
         auto node = makeExpr(ExprKind::IsNull, start);
         node->negated = acceptKeyword("NOT");
         expectKeyword("NULL");
         node->args.push_back(std::move(left));
-        return node;
+        return measured(std::move(node));
     }
     return left;
 }
@@ -134,7 +137,7 @@ ExprPtr Parser::parseAdditive() {
         node->op = op.upper;
         node->args.push_back(std::move(left));
         node->args.push_back(parseMultiplicative());
-        left = std::move(node);
+        left = measured(std::move(node));
     }
 }
 
@@ -146,15 +149,19 @@ ExprPtr Parser::parseMultiplicative() {
         node->op = advance().upper;
         node->args.push_back(std::move(left));
         node->args.push_back(parseUnary());
-        left = std::move(node);
+        left = measured(std::move(node));
     }
     return left;
 }
 
 ExprPtr Parser::parseUnary() {
     const Token& start = peek();
-    if (acceptSymbol("+")) return parseUnary();
+    if (acceptSymbol("+")) {
+        Nesting nesting(*this);
+        return parseUnary();
+    }
     if (acceptSymbol("-")) {
+        Nesting nesting(*this);
         auto operand = parseUnary();
         // A minus written before a number belongs to the literal: -100 is one value.
         if (operand->kind == ExprKind::Literal && operand->literalKind != LiteralKind::String) {
@@ -164,7 +171,7 @@ ExprPtr Parser::parseUnary() {
         }
         auto node = makeExpr(ExprKind::Negate, &start);
         node->args.push_back(std::move(operand));
-        return node;
+        return measured(std::move(node));
     }
     if (start.isSymbol("~")) throw errors_.unsupported("The bitwise operator '~'");
     return parsePrimary();
@@ -210,7 +217,7 @@ ExprPtr Parser::parsePrimary() {
                     auto node = makeExpr(ExprKind::Subquery, &token);
                     node->subquery = parseSelect();
                     expectSymbol(")");
-                    return node;
+                    return measured(std::move(node));
                 }
                 auto inner = parseExpression();
                 expectSymbol(")");
@@ -251,7 +258,7 @@ ExprPtr Parser::parseFunctionCall() {
         } while (acceptSymbol(","));
     }
     expectSymbol(")");
-    return call;
+    return measured(std::move(call));
 }
 
 ExprPtr Parser::parseColumnReference() {
@@ -283,7 +290,7 @@ ExprPtr Parser::parseCase() {
         node->args.push_back(parseExpression());
     }
     expectKeyword("END");
-    return node;
+    return measured(std::move(node));
 }
 
 ExprPtr Parser::parseCast() {
@@ -293,7 +300,7 @@ ExprPtr Parser::parseCast() {
     expectKeyword("AS");
     node->castType = parseTypeName();
     expectSymbol(")");
-    return node;
+    return measured(std::move(node));
 }
 
 ExprPtr Parser::parseConvert() {
@@ -305,14 +312,14 @@ ExprPtr Parser::parseConvert() {
     node->args.push_back(parseExpression());
     if (acceptSymbol(",")) node->convertStyle = parseInlineInteger();
     expectSymbol(")");
-    return node;
+    return measured(std::move(node));
 }
 
 int Parser::parseInlineInteger() {
     const Token& token = peek();
     if (token.kind != TokenKind::Integer || token.text.size() > 9) fail();
     advance();
-    statement_->inlineLiterals.emplace_back(token.literalOrdinal, token.text);
+    keepInShape(token);
     return std::stoi(token.text);
 }
 
@@ -330,6 +337,17 @@ Type Parser::parseTypeName() {
                 type = {TypeKind::Text};
             } else {
                 type.length = parseInlineInteger();
+                const bool national = name[0] == 'N';
+                const int limit = national ? 4000 : 8000;
+                if (type.length == 0) {
+                    throw errors_.syntax("Length or precision specification 0 is invalid.");
+                }
+                if (type.length > limit) {
+                    throw errors_.syntax("The size (" + std::to_string(type.length) +
+                                         ") given to the type '" + text::lowerAscii(name) +
+                                         "' exceeds the maximum allowed for any data type (" +
+                                         std::to_string(limit) + ").");
+                }
             }
             expectSymbol(")");
         }

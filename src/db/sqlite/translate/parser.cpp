@@ -1,6 +1,64 @@
 #include "db/sqlite/translate/parser.h"
 
+#include <algorithm>
+
 namespace kvlnmov::db::sqlite::tsql {
+
+namespace {
+
+// The parser's own recursion (parentheses, subqueries, NOT NOT ..., - - ...) and the height
+// of the trees it builds are bounded: the binder and the emitter walk the trees recursively,
+// and SQLite refuses deeper statements anyway.
+constexpr int kMaxNesting = 128;
+constexpr int kMaxHeight = 256;
+
+}  // namespace
+
+Parser::Nesting::Nesting(Parser& parser) : parser_(parser) {
+    if (++parser_.depth_ > kMaxNesting) {
+        --parser_.depth_;
+        throw parser_.errors_.nestedTooDeeply();
+    }
+}
+
+ExprPtr Parser::measured(ExprPtr node) const {
+    int height = 0;
+    for (const auto& arg : node->args) height = std::max(height, arg->height);
+    if (node->subquery) height = std::max(height, node->subquery->height);
+    node->height = height + 1;
+    if (node->height > kMaxHeight) throw errors_.nestedTooDeeply();
+    return node;
+}
+
+void Parser::measure(TableRef& ref) const {
+    int height = 0;
+    if (ref.derived) height = std::max(height, ref.derived->height);
+    if (ref.left) height = std::max(height, ref.left->height);
+    if (ref.right) height = std::max(height, ref.right->height);
+    if (ref.on) height = std::max(height, ref.on->height);
+    ref.height = height + 1;
+    if (ref.height > kMaxHeight) throw errors_.nestedTooDeeply();
+}
+
+void Parser::measure(SelectStmt& select) const {
+    int height = 0;
+    auto add = [&](const ExprPtr& expr) {
+        if (expr) height = std::max(height, expr->height);
+    };
+    add(select.top);
+    for (const SelectItem& item : select.items) add(item.expr);
+    for (const auto& ref : select.from) height = std::max(height, ref->height);
+    add(select.where);
+    for (const ExprPtr& group : select.groupBy) add(group);
+    add(select.having);
+    for (const OrderItem& item : select.orderBy) add(item.expr);
+    select.height = height + 1;
+    if (select.height > kMaxHeight) throw errors_.nestedTooDeeply();
+}
+
+void Parser::keepInShape(const Token& literal) {
+    statement_->addShapeLiteral(literal.literalOrdinal, ShapeLiteral::Match::Text, literal.text);
+}
 
 Parser::Parser(const std::vector<Token>& tokens, const SqlErrors& errors)
     : tokens_(tokens), errors_(errors) {}
@@ -85,6 +143,7 @@ Statement Parser::parseStatement() {
 }
 
 std::unique_ptr<SelectStmt> Parser::parseSelect() {
+    Nesting nesting(*this);
     auto select = std::make_unique<SelectStmt>();
     select->token = &peek();
     expectKeyword("SELECT");
@@ -120,6 +179,7 @@ std::unique_ptr<SelectStmt> Parser::parseSelect() {
     if (peek().isKeyword("UNION") || peek().isKeyword("EXCEPT") || peek().isKeyword("INTERSECT")) {
         throw errors_.unsupported(peek().upper);
     }
+    measure(*select);
     return select;
 }
 
@@ -142,12 +202,20 @@ void Parser::parseSelectItem(SelectStmt& select) {
         item.expr = parseExpression();
     } else {
         item.expr = parseExpression();
-        if (acceptKeyword("AS")) {
-            if (peek().kind != TokenKind::Identifier && peek().kind != TokenKind::String) fail();
-            item.alias = advance().text;
-            item.hasAlias = true;
-        } else if (peek().kind == TokenKind::Identifier || peek().kind == TokenKind::String) {
-            item.alias = advance().text;
+        bool aliased = acceptKeyword("AS");
+        if (aliased && peek().kind != TokenKind::Identifier && peek().kind != TokenKind::String) {
+            fail();
+        }
+        if (peek().kind == TokenKind::Identifier || peek().kind == TokenKind::String) {
+            const Token& alias = advance();
+            if (alias.kind == TokenKind::String) {
+                // SQLite ends a name at a NUL byte: such a name cannot be written.
+                if (alias.text.find('\0') != std::string::npos)
+                    throw errors_.syntaxAt(alias, nullptr);
+                // 'name' names the column: its text is part of the statement, not a value.
+                keepInShape(alias);
+            }
+            item.alias = alias.text;
             item.hasAlias = true;
         }
     }
@@ -164,7 +232,7 @@ void Parser::parseOrderBy(SelectStmt& select) {
         if (item.expr->kind == ExprKind::Literal &&
             item.expr->literalKind == LiteralKind::Integer && !item.expr->literalNegative &&
             &peek() == &start + 1) {
-            statement_->inlineLiterals.emplace_back(start.literalOrdinal, start.text);
+            keepInShape(start);
             auto ref = makeExpr(ExprKind::OutputRef, &start);
             ref->position = std::stoi(start.text.size() > 9 ? "0" : start.text);
             item.expr = std::move(ref);
@@ -210,6 +278,7 @@ std::vector<std::unique_ptr<TableRef>> Parser::parseFromList() {
 
 std::unique_ptr<TableRef> Parser::parseTableSource() {
     auto left = parsePrimarySource();
+    measure(*left);
     while (true) {
         const Token& start = peek();
         JoinKind kind;
@@ -242,15 +311,18 @@ std::unique_ptr<TableRef> Parser::parseTableSource() {
         join->joinKind = kind;
         join->left = std::move(left);
         join->right = parsePrimarySource();
+        measure(*join->right);
         if (kind != JoinKind::Cross) {
             expectKeyword("ON");
             join->on = parseExpression();
         }
+        measure(*join);
         left = std::move(join);
     }
 }
 
 std::unique_ptr<TableRef> Parser::parsePrimarySource() {
+    Nesting nesting(*this);
     auto ref = std::make_unique<TableRef>();
     ref->token = &peek();
     if (peek().isSymbol("(")) {
@@ -342,7 +414,7 @@ std::unique_ptr<ModifyStmt> Parser::parseUpdate() {
             sum->op = op.upper.substr(0, 1);
             sum->args.push_back(std::move(column));
             sum->args.push_back(parseExpression());
-            assignment.value = std::move(sum);
+            assignment.value = measured(std::move(sum));
         } else {
             expectSymbol("=");
             assignment.value = parseExpression();

@@ -62,10 +62,30 @@ class Parser {
     std::string parseName();
     [[noreturn]] void fail() const;
     ExprPtr makeExpr(ExprKind kind, const Token* token) const;
+    /// `node` with its height set from its children's; raises the server's "nested too
+    /// deeply" error past the limit, so that no later pass recurses without bound.
+    ExprPtr measured(ExprPtr node) const;
+    void measure(TableRef& ref) const;
+    void measure(SelectStmt& select) const;
+    /// Records a literal whose text is part of the statement's shape.
+    void keepInShape(const Token& literal);
+
+    /// One more level of the parser's own recursion, for as long as it lives.
+    class Nesting {
+      public:
+        explicit Nesting(Parser& parser);
+        ~Nesting() { --parser_.depth_; }
+        Nesting(const Nesting&) = delete;
+        Nesting& operator=(const Nesting&) = delete;
+
+      private:
+        Parser& parser_;
+    };
 
     const std::vector<Token>& tokens_;
     const SqlErrors& errors_;
     std::size_t pos_ = 0;
+    int depth_ = 0;
     Statement* statement_ = nullptr;
 };
 

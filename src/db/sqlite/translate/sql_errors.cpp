@@ -84,6 +84,18 @@ Error SqlErrors::textOverflow(std::string_view value, std::string_view typeName)
                      (typeName == "int" ? "an " : "a ") + std::string(typeName) + " column.");
 }
 
+Error SqlErrors::nestedTooDeeply() const {
+    return syntax(
+        "Some part of your SQL statement is nested too deeply. Rewrite the query or break it up "
+        "into smaller queries.");
+}
+
+Error SqlErrors::expressionLimit() const {
+    return syntax(
+        "Internal error: An expression services limit has been reached. Please look for "
+        "potentially complex expressions in your query, and try to simplify them.");
+}
+
 Error SqlErrors::unsupported(std::string_view what) const {
     return syntax(std::string(what) + " is not supported by the SQLite provider.");
 }

@@ -35,6 +35,10 @@ class SqlErrors {
     Error truncation() const;
     Error overflow(std::string_view typeName, bool fromNumeric) const;
     Error textOverflow(std::string_view value, std::string_view typeName) const;
+    /// A statement nested deeper than the translator (or SQLite) follows.
+    Error nestedTooDeeply() const;
+    /// A statement whose SQLite text would grow past what the provider writes.
+    Error expressionLimit() const;
     /// A construct the server accepts but this provider cannot run faithfully.
     Error unsupported(std::string_view what) const;
 

@@ -341,6 +341,11 @@ class Tokenizer {
                     continue;
                 }
                 ++pos_;
+                if (close != '\'' && value.find('\0') != std::string::npos) {
+                    // SQLite ends a name at a NUL byte: such a name cannot be written.
+                    add(TokenKind::Invalid, std::move(value), start);
+                    return true;
+                }
                 add(close == '\'' ? TokenKind::String : TokenKind::Identifier, std::move(value),
                     start, close != '\'');
                 return true;

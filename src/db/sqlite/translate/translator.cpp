@@ -1,5 +1,7 @@
 #include "db/sqlite/translate/translator.h"
 
+#include <algorithm>
+#include <functional>
 #include <list>
 #include <unordered_map>
 
@@ -8,6 +10,7 @@
 #include "db/sqlite/translate/literal_coercion.h"
 #include "db/sqlite/translate/parser.h"
 #include "db/sqlite/translate/sql_errors.h"
+#include "db/sqlite/translate/text_util.h"
 #include "db/sqlite/translate/token.h"
 
 namespace kvlnmov::db::sqlite {
@@ -16,6 +19,7 @@ namespace {
 
 using tsql::ParameterSource;
 using tsql::ParameterSourceKind;
+using tsql::ShapeLiteral;
 using tsql::Token;
 using tsql::TokenKind;
 
@@ -27,12 +31,60 @@ struct CompiledStatement {
     std::vector<ResultColumn> columns;
     std::string targetTable;
     bool targetHasIdentity = false;
-    /// Literals written into the SQL text itself (ORDER BY positions, lengths): a statement
-    /// of the same shape reuses the translation only when these match.
-    std::vector<std::pair<int, std::string>> inlineLiterals;
+    /// Literals whose values are part of the shape (ORDER BY positions, lengths, aliases,
+    /// ...): a statement of the same shape reuses the translation only when these match.
+    std::vector<ShapeLiteral> shapeLiterals;
 };
 
 constexpr std::size_t kCacheCapacity = 512;
+
+/// The most SQLite text a statement may take: its own length many times over (conversions
+/// and money arithmetic are spelled out), and never less than this.
+constexpr std::size_t kMinimumSqlLimit = std::size_t{1} << 20;
+constexpr std::size_t kSqlGrowthLimit = 32;
+
+void visitSelect(const tsql::SelectStmt& select,
+                 const std::function<void(const tsql::Expr&)>& visit);
+
+// Calls `visit` for the select list items of `select` and of every SELECT below them, and
+// for the select list items of its derived tables: the expressions that type the result.
+void visitResultExpr(const tsql::Expr& expr, const std::function<void(const tsql::Expr&)>& visit) {
+    // A search condition types nothing: its literals are values.
+    if (expr.type.kind == tsql::TypeKind::Predicate) return;
+    visit(expr);
+    for (const auto& arg : expr.args) visitResultExpr(*arg, visit);
+    if (expr.subquery) visitSelect(*expr.subquery, visit);
+}
+
+void visitSources(const tsql::TableRef& ref, const std::function<void(const tsql::Expr&)>& visit) {
+    if (ref.derived) visitSelect(*ref.derived, visit);
+    if (ref.left) visitSources(*ref.left, visit);
+    if (ref.right) visitSources(*ref.right, visit);
+}
+
+void visitSelect(const tsql::SelectStmt& select,
+                 const std::function<void(const tsql::Expr&)>& visit) {
+    for (const tsql::SelectItem& item : select.items) visitResultExpr(*item.expr, visit);
+    for (const auto& ref : select.from) visitSources(*ref, visit);
+}
+
+// A text literal typed by nothing but itself is varchar(its length): where such a literal
+// reaches a result column, its length is part of the statement's shape.
+void keepResultLengths(tsql::Statement& statement) {
+    if (!statement.select) return;
+    visitSelect(*statement.select, [&](const tsql::Expr& expr) {
+        if (expr.kind == tsql::ExprKind::Literal && expr.literalKind == tsql::LiteralKind::String &&
+            expr.coercion.kind == tsql::CoercionKind::Natural) {
+            statement.addShapeLiteral(expr.literalOrdinal, ShapeLiteral::Match::Length,
+                                      std::to_string(tsql::characterCount(expr.literalText)));
+        }
+    });
+}
+
+bool matches(const ShapeLiteral& literal, const Token& token) {
+    if (literal.match == ShapeLiteral::Match::Text) return token.text == literal.text;
+    return std::to_string(tsql::characterCount(token.text)) == literal.text;
+}
 
 // The statement's shape: its tokens with each literal replaced by a placeholder of its kind.
 std::string shapeKey(const std::vector<Token>& tokens) {
@@ -107,19 +159,21 @@ struct Translator::Impl {
     Impl(const Catalog& catalog, std::string providerName)
         : catalog(catalog), errors(std::move(providerName)) {}
 
-    std::shared_ptr<const CompiledStatement> compile(const std::vector<Token>& tokens) const {
+    std::shared_ptr<const CompiledStatement> compile(const std::vector<Token>& tokens,
+                                                     std::size_t textLength) const {
         tsql::Parser parser(tokens, errors);
         tsql::Statement statement = parser.parseStatement();
         tsql::Binder binder(catalog, errors);
         binder.bind(statement);
-        tsql::Emitter emitter;
+        keepResultLengths(statement);
+        tsql::Emitter emitter(errors, std::max(kMinimumSqlLimit, textLength * kSqlGrowthLimit));
         tsql::EmittedStatement emitted = emitter.emit(statement);
 
         auto compiled = std::make_shared<CompiledStatement>();
         compiled->kind = kindOf(statement.kind);
         compiled->sql = std::move(emitted.sql);
         compiled->parameters = std::move(emitted.parameters);
-        compiled->inlineLiterals = statement.inlineLiterals;
+        compiled->shapeLiterals = std::move(statement.shapeLiterals);
         if (statement.select) {
             for (const tsql::OutputColumn& column : statement.select->output) {
                 compiled->columns.push_back({column.name, tsql::toColumnType(column.type)});
@@ -135,13 +189,13 @@ struct Translator::Impl {
     }
 
     std::shared_ptr<const CompiledStatement> lookup(const std::string& key,
-                                                    const std::vector<Token>& tokens) {
+                                                    const std::vector<const Token*>& literals) {
         auto found = index.find(key);
         if (found == index.end()) return nullptr;
         const auto& compiled = found->second->second;
-        for (const auto& [ordinal, text] : compiled->inlineLiterals) {
-            for (const Token& token : tokens) {
-                if (token.literalOrdinal == ordinal && token.text != text) return nullptr;
+        for (const ShapeLiteral& literal : compiled->shapeLiterals) {
+            if (!matches(literal, *literals.at(static_cast<std::size_t>(literal.ordinal)))) {
+                return nullptr;
             }
         }
         entries.splice(entries.begin(), entries, found->second);
@@ -162,7 +216,8 @@ struct Translator::Impl {
         }
     }
 
-    Translation instantiate(const CompiledStatement& compiled, const std::vector<Token>& tokens,
+    Translation instantiate(const CompiledStatement& compiled,
+                            const std::vector<const Token*>& literals,
                             const SessionState& session) const {
         Translation translation;
         translation.kind = compiled.kind;
@@ -170,10 +225,6 @@ struct Translator::Impl {
         translation.columns = compiled.columns;
         translation.targetTable = compiled.targetTable;
         translation.targetHasIdentity = compiled.targetHasIdentity;
-        std::vector<const Token*> literals;
-        for (const Token& token : tokens) {
-            if (token.isLiteral()) literals.push_back(&token);
-        }
         for (const ParameterSource& source : compiled.parameters) {
             switch (source.kind) {
                 case ParameterSourceKind::Literal: {
@@ -218,17 +269,21 @@ Translator::~Translator() = default;
 Translation Translator::translate(std::string_view text, const SessionState& session) {
     std::string statement(text);
     std::vector<Token> tokens = tsql::tokenize(statement);
+    std::vector<const Token*> literals;
+    for (const Token& token : tokens) {
+        if (token.isLiteral()) literals.push_back(&token);
+    }
     std::shared_ptr<const CompiledStatement> compiled;
     std::string key;
     if (cacheable(tokens)) {
         key = shapeKey(tokens);
-        compiled = impl_->lookup(key, tokens);
+        compiled = impl_->lookup(key, literals);
     }
     if (!compiled) {
-        compiled = impl_->compile(tokens);
+        compiled = impl_->compile(tokens, text.size());
         if (!key.empty()) impl_->store(key, compiled);
     }
-    return impl_->instantiate(*compiled, tokens, session);
+    return impl_->instantiate(*compiled, literals, session);
 }
 
 void Translator::clearCache() {

@@ -1,0 +1,264 @@
+// `kvlnmov verify` (and the exercise length `kvlnmov init` accepts), run as a user runs them:
+// on the demo company's file, and through a connection string on the database of the test
+// provider.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/frame/library.h"
+#include "kvlnmov/frame/regional.h"
+#include "kvlnmov/journal/cls_asiento.h"
+#include "kvlnmov/journal/cls_mov.h"
+#include "support/run_tool.h"
+#include "support/test_connection.h"
+
+namespace kvlnmov::testing {
+namespace {
+
+const char* kCleanDemo =
+    "Company 1, exercise 2026: 29 lines, 10 entries, 56 rows in Acumulados, 130 rows in "
+    "Acumulados_Dpto\n"
+    "Summary, company 1, exercise 2026: 0 differing cells in 0 rows (0 missing, 0 stray), 0 "
+    "unbalanced entries, 0 lines without header, 0 line numbers and 0 entry numbers used more "
+    "than once, 0 opening balances without an opening entry: clean\n";
+
+class VerifyToolTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/kvlnmov-verify-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        folder_ = pattern;
+        database_ = (folder_ / "empresa.db").string();
+    }
+    void TearDown() override {
+        resetLibrary();
+        std::filesystem::remove_all(folder_);
+    }
+
+    ToolRun kvlnmov(std::vector<std::string> arguments) {
+        ToolRun run = runTool(KVLNMOV_CLI, std::move(arguments), (folder_ / "run").string());
+        EXPECT_NE(run.exitCode, -1) << "cannot start " << KVLNMOV_CLI;
+        return run;
+    }
+
+    void demo() {
+        ToolRun run = kvlnmov({"demo", database_});
+        ASSERT_EQ(run.exitCode, 0) << run.err;
+    }
+
+    void sql(const std::string& statement) {
+        ToolRun run = kvlnmov({"sql", database_, statement});
+        ASSERT_EQ(run.exitCode, 0) << run.err;
+    }
+
+    std::filesystem::path folder_;
+    std::string database_;
+};
+
+TEST_F(VerifyToolTest, TheDemoIsClean) {
+    demo();
+    ToolRun run = kvlnmov({"verify", database_});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.out, kCleanDemo);
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(VerifyToolTest, AHandMadeChangeIsPrintedRepairedAndGone) {
+    demo();
+    sql("UPDATE Acumulados SET D3 = D3 + 0.0001 WHERE Cuenta = '43000001'");
+    sql("DELETE FROM Acumulados_Dpto WHERE Cuenta = '7' AND Dpto = 1");
+    const std::string found =
+        "Company 1, exercise 2026: 29 lines, 10 entries, 56 rows in Acumulados, 129 rows in "
+        "Acumulados_Dpto\n"
+        "  Acumulados, account 43000001, D3: stored 1.210,0001, expected 1.210,0000\n"
+        "  Acumulados_Dpto, account 7, department 1, H3: stored 0,0000 (no row), expected "
+        "5.000,0000\n"
+        "Summary, company 1, exercise 2026: 2 differing cells in 2 rows (1 missing, 0 stray), 0 "
+        "unbalanced entries, 0 lines without header, 0 line numbers and 0 entry numbers used "
+        "more than once, 0 opening balances without an opening entry: DIFFERENCES FOUND\n";
+    ToolRun verify = kvlnmov({"verify", database_});
+    EXPECT_EQ(verify.exitCode, 1) << verify.err;
+    EXPECT_EQ(verify.out, found);
+
+    ToolRun repair = kvlnmov({"verify", database_, "--repair"});
+    EXPECT_EQ(repair.exitCode, 0) << repair.err;
+    EXPECT_EQ(repair.out,
+              found +
+                  "Repair of company 1, exercise 2026, in one transaction: 1 rows updated, 1 rows "
+                  "inserted, 0 rows set to zero\n"
+                  "  updated Acumulados, account 43000001, D3: 1.210,0001 -> 1.210,0000\n"
+                  "  inserted Acumulados_Dpto, account 7, department 1 (Nivel 5), H3: 0,0000 -> "
+                  "5.000,0000\n"
+                  "Verified again after the repair:\n" +
+                  kCleanDemo);
+
+    ToolRun again = kvlnmov({"verify", database_});
+    EXPECT_EQ(again.exitCode, 0);
+    EXPECT_EQ(again.out, kCleanDemo);
+}
+
+TEST_F(VerifyToolTest, FindingsTheRepairCannotFixKeepTheExitCodeAtOne) {
+    demo();
+    // Entry 7 (the payment of 23 March: lines 23 and 24, after the opening entry's four and
+    // the other six entries' sixteen) loses its header.
+    sql("DELETE FROM Asientos WHERE Codigo = 7");
+    const std::string found =
+        "Company 1, exercise 2026: 29 lines, 9 entries, 56 rows in Acumulados, 130 rows in "
+        "Acumulados_Dpto\n"
+        "  line 23 (account 40000001): entry 7 has no header in Asientos\n"
+        "  line 24 (account 57200001): entry 7 has no header in Asientos\n"
+        "Summary, company 1, exercise 2026: 0 differing cells in 0 rows (0 missing, 0 stray), 0 "
+        "unbalanced entries, 2 lines without header, 0 line numbers and 0 entry numbers used "
+        "more than once, 0 opening balances without an opening entry: DIFFERENCES FOUND\n";
+    ToolRun verify = kvlnmov({"verify", database_});
+    EXPECT_EQ(verify.exitCode, 1);
+    EXPECT_EQ(verify.out, found);
+
+    ToolRun repair = kvlnmov({"verify", database_, "--repair"});
+    EXPECT_EQ(repair.exitCode, 1);
+    EXPECT_EQ(repair.out, found +
+                              "Repair of company 1, exercise 2026, in one transaction: 0 rows "
+                              "updated, 0 rows inserted, 0 rows set to zero\n"
+                              "Verified again after the repair:\n" +
+                              found);
+}
+
+TEST_F(VerifyToolTest, EveryExerciseIsVerifiedUnlessNarrowed) {
+    demo();
+    sql("INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
+        "FechaFin) VALUES (1, 2027, 0, '01/01/2027', '31/12/2027')");
+    sql("INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, H2) VALUES (1, 2027, "
+        "'70000001', 5, 0.5)");
+    const std::string exercise2027 =
+        "Company 1, exercise 2027: 0 lines, 0 entries, 1 rows in Acumulados, 0 rows in "
+        "Acumulados_Dpto\n"
+        "  Acumulados, account 70000001, H2: stored 0,5000, expected 0,0000\n"
+        "Summary, company 1, exercise 2027: 1 differing cells in 1 rows (0 missing, 1 stray), 0 "
+        "unbalanced entries, 0 lines without header, 0 line numbers and 0 entry numbers used "
+        "more than once, 0 opening balances without an opening entry: DIFFERENCES FOUND\n";
+
+    ToolRun all = kvlnmov({"verify", database_});
+    EXPECT_EQ(all.exitCode, 1);
+    EXPECT_EQ(all.out, kCleanDemo + exercise2027);
+
+    ToolRun only2026 = kvlnmov({"verify", database_, "--exercise", "2026"});
+    EXPECT_EQ(only2026.exitCode, 0);
+    EXPECT_EQ(only2026.out, kCleanDemo);
+
+    ToolRun company1 = kvlnmov({"verify", database_, "--company", "1", "--exercise", "2027"});
+    EXPECT_EQ(company1.exitCode, 1);
+    EXPECT_EQ(company1.out, exercise2027);
+}
+
+struct UsageCase {
+    std::vector<std::string> arguments;
+    std::string error;
+};
+
+TEST_F(VerifyToolTest, BadArgumentsAreUsageErrors) {
+    demo();
+    const std::string missing = (folder_ / "missing.db").string();
+    const UsageCase cases[] = {
+        {{"verify", missing},
+         "kvlnmov: '" + missing + "' is not a database file (create one with kvlnmov init)\n"},
+        {{"verify"}, "kvlnmov: give a database file or --connection, one of the two\n"},
+        {{"verify", database_, "--connection", "Provider=SQLite;Data Source=" + database_},
+         "kvlnmov: give a database file or --connection, one of the two\n"},
+        {{"verify", database_, "--company", "2"},
+         "kvlnmov: no exercise in Empresas_Ejercicios matches --company/--exercise\n"},
+    };
+    for (const UsageCase& usage : cases) {
+        ToolRun run = kvlnmov(usage.arguments);
+        EXPECT_EQ(run.exitCode, 2) << usage.error;
+        EXPECT_EQ(run.err, usage.error);
+        EXPECT_EQ(run.out, "");
+    }
+    EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
+TEST_F(VerifyToolTest, InitRefusesAnExerciseBeyondTwelveMonthsOrBackwards) {
+    const UsageCase cases[] = {
+        {{"init", database_, "--from", "2026-01-01", "--to", "2027-01-31"},
+         "kvlnmov: an exercise spans at most twelve calendar months (the balances keep one "
+         "column per month): 2026-01-01 to 2027-01-31 spans 13 months\n"},
+        {{"init", database_, "--from", "2026-03-15", "--to", "2027-03-14"},
+         "kvlnmov: an exercise spans at most twelve calendar months (the balances keep one "
+         "column per month): 2026-03-15 to 2027-03-14 spans 13 months\n"},
+        {{"init", database_, "--from", "2026-07-01", "--to", "2026-06-30"},
+         "kvlnmov: --to must not be before --from\n"},
+    };
+    for (const UsageCase& usage : cases) {
+        ToolRun run = kvlnmov(usage.arguments);
+        EXPECT_EQ(run.exitCode, 2) << usage.error;
+        EXPECT_EQ(run.err, usage.error);
+        EXPECT_FALSE(std::filesystem::exists(database_));
+    }
+    // Twelve months from July to June are one exercise.
+    ToolRun run = kvlnmov({"init", database_, "--from", "2026-07-01", "--to", "2027-06-30"});
+    EXPECT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_TRUE(std::filesystem::exists(database_));
+}
+
+/// The connection string of the test provider's database, as `--connection` takes it.
+TEST(VerifyConnectionTest, AConnectionStringOpensTheDatabaseItNames) {
+    resetLibrary();
+    setRegional(Regional{});
+    TestDatabase database;
+    const std::string connectionString = database.connectionString();
+    const std::string capture = (database.folder() / "run").string();
+    auto kvlnmov = [&](std::vector<std::string> arguments) {
+        return runTool(KVLNMOV_CLI, std::move(arguments), capture);
+    };
+    ToolRun init = kvlnmov({"init", "--connection", connectionString});
+    ASSERT_EQ(init.exitCode, 0) << init.err;
+
+    {
+        // One entry posted through the library on the same database.
+        auto connection = database.connect();
+        auto context = std::make_shared<EmpresaContext>(connection, 1, 2026);
+        auto entry = std::make_shared<clsAsiento>();
+        entry->Conexion(connection);
+        entry->cEmpresa(context);
+        entry->Fecha(Date::ymd(2026, 2, 10));
+        ASSERT_TRUE(entry->Insertar());
+        for (auto [account, debit, credit] :
+             {std::tuple{"62900001", "40", "0"}, std::tuple{"57200001", "0", "40"}}) {
+            auto line = std::make_shared<clsMov>();
+            line->cEmpresa(context);
+            line->Asiento(entry->Codigo());
+            line->Fecha_Asiento(entry->Fecha());
+            line->Fecha(entry->Fecha());
+            line->Cuenta(account);
+            line->Debe(*Currency::parse(debit));
+            line->Haber(*Currency::parse(credit));
+            ASSERT_TRUE(line->Insertar());
+        }
+        connection->Execute("UPDATE Acumulados_Dpto SET D2 = 4 WHERE Cuenta = '629'");
+        resetLibrary();
+    }
+
+    const std::string summary =
+        "Company 1, exercise 2026: 2 lines, 1 entries, 10 rows in Acumulados, 10 rows in "
+        "Acumulados_Dpto\n";
+    ToolRun verify = kvlnmov({"verify", "--connection", connectionString});
+    EXPECT_EQ(verify.exitCode, 1) << verify.err;
+    EXPECT_EQ(verify.out,
+              summary +
+                  "  Acumulados_Dpto, account 629, department 0, D2: stored 4,0000, expected "
+                  "40,0000\n"
+                  "Summary, company 1, exercise 2026: 1 differing cells in 1 rows (0 missing, 0 "
+                  "stray), 0 unbalanced entries, 0 lines without header, 0 line numbers and 0 "
+                  "entry numbers used more than once, 0 opening balances without an opening "
+                  "entry: DIFFERENCES FOUND\n");
+    EXPECT_EQ(kvlnmov({"verify", "--connection", connectionString, "--repair"}).exitCode, 0);
+    ToolRun again = kvlnmov({"verify", "--connection", connectionString});
+    EXPECT_EQ(again.exitCode, 0) << again.out;
+}
+
+}  // namespace
+}  // namespace kvlnmov::testing
