@@ -17,7 +17,7 @@ namespace kvlnmov {
 void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::int16_t intDpto,
                         Currency curDebe, Currency curHaber) {
     retryingHandler("clsMov::Acumulados", RetryKind::DatabaseErrors, [&](RetryHandler& handler) {
-        kvlnmov::cEmpresa& context = empresa();
+        kvlnmov::cEmpresa& context = empresa(handler);
         const std::int16_t level = accumulation::accountLevel(context, strCuenta);
 
         const accumulation::EntryKind kind = handler.statement([&] {

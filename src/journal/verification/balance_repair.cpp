@@ -3,6 +3,7 @@
 
 #include "journal/verification/balance_comparison.h"
 #include "kvlnmov/frame/error.h"
+#include "kvlnmov/frame/handlers.h"
 #include "kvlnmov/frame/sql_text.h"
 #include "kvlnmov/journal/balance_verifier.h"
 
@@ -81,6 +82,9 @@ RepairedRow repairRow(db::Connection& connection, cEmpresa& context, const Diffe
 
 BalanceRepair repairBalances(const db::ConnectionRef& connection, cEmpresa& context,
                              const VerificationOptions& options) {
+    // Bracketed as an operation for the texts its statements quote; the repair's own caller
+    // transaction is what makes it one piece.
+    OperationScope scope(Access::Reads);
     BalanceRepair result;
     // The rows are read inside the transaction that rewrites them.
     connection->BeginTrans();

@@ -13,6 +13,7 @@
 #include "journal/verification/balance_comparison.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/error.h"
+#include "kvlnmov/frame/handlers.h"
 #include "kvlnmov/frame/sql_text.h"
 
 namespace kvlnmov {
@@ -428,6 +429,8 @@ Comparison compareBalances(const db::ConnectionRef& connection, cEmpresa& contex
 
 BalanceVerification verifyBalances(const db::ConnectionRef& connection, cEmpresa& context,
                                    const VerificationOptions& options) {
+    // Bracketed as a reading operation: the texts its statements quote are forgotten after.
+    OperationScope scope(Access::Reads);
     return verification::compareBalances(connection, context, options).verification;
 }
 
