@@ -22,6 +22,7 @@
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/context.h"
 #include "kvlnmov/frame/library.h"
+#include "kvlnmov/frame/sql_text.h"
 #include "kvlnmov/journal/balance_verifier.h"
 
 namespace {
@@ -85,14 +86,14 @@ void writeBalances(db::Connection& connection, const std::map<std::string, Cells
             connection,
             "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, " + columns + ")");
         for (const auto& [account, amounts] : company)
-            rows.add("1, 2026, '" + account + "', 5" + cells(amounts));
+            rows.add("1, 2026, '" + sql::text(account) + "', 5" + cells(amounts));
     }
     BulkInsert rows(connection,
                     "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, "
                     "Nivel, " +
                         columns + ")");
     for (const auto& [key, amounts] : departments) {
-        rows.add("1, 2026, '" + key.first + "', " + std::to_string(key.second) + ", 5" +
+        rows.add("1, 2026, '" + sql::text(key.first) + "', " + std::to_string(key.second) + ", 5" +
                  cells(amounts));
     }
 }
@@ -148,7 +149,8 @@ void buildBook(const std::string& file) {
             const int month = anyMonth(random);
             char date[16];
             std::snprintf(date, sizeof date, "%02d/%02d/2026", anyDay(random), month);
-            headers.add("1, 2026, " + std::to_string(entry) + ", '" + date + "', 0, 0, 1");
+            headers.add("1, 2026, " + std::to_string(entry) + ", '" + sql::text(date) +
+                        "', 0, 0, 1");
             // Two debits and the two credits that balance them.
             const std::int64_t first = anyAmount(random);
             const std::int64_t second = anyAmount(random);
@@ -158,9 +160,9 @@ void buildBook(const std::string& file) {
                 const std::string& account = accounts[static_cast<std::size_t>(anyAccount(random))];
                 const int department = anyDepartment(random);
                 lines.add("1, 2026, " + std::to_string(entry) + ", " + std::to_string(++number) +
-                          ", '" + date + "', '" + account + "', '" + date + "', 'Linea', " +
-                          std::to_string(department) + ", " + amountText(debit) + ", " +
-                          amountText(credit));
+                          ", '" + sql::text(date) + "', '" + sql::text(account) + "', '" +
+                          sql::text(date) + "', 'Linea', " + std::to_string(department) + ", " +
+                          amountText(debit) + ", " + amountText(credit));
                 const int column = debit != 0 ? 1 + month : 13 + month;
                 accumulate(account, department, column, debit != 0 ? debit : credit);
             }

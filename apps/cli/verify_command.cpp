@@ -33,6 +33,11 @@ constexpr std::int64_t kProgressLines = 100000;
 /// drift of 0.0001 shows.
 std::string amount(Currency value) { return funciones().FormatoNumero(value, 4); }
 
+/// "1 row", "2 rows".
+std::string counted(std::int64_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
 std::string exerciseName(std::int16_t company, std::int16_t exercise) {
     return "company " + std::to_string(company) + ", exercise " + std::to_string(exercise);
 }
@@ -48,8 +53,10 @@ std::string rowName(BalanceTable table, const std::string& account, std::int16_t
 void printVerification(const BalanceVerification& found) {
     const BalanceCounts& counts = found.counts;
     std::cout << "Company " << found.company << ", exercise " << found.exercise << ": "
-              << counts.lines << " lines, " << counts.entries << " entries, " << counts.accountRows
-              << " rows in Acumulados, " << counts.departmentRows << " rows in Acumulados_Dpto\n";
+              << counted(counts.lines, "line", "lines") << ", "
+              << counted(counts.entries, "entry", "entries") << ", "
+              << counted(counts.accountRows, "row", "rows") << " in Acumulados, "
+              << counted(counts.departmentRows, "row", "rows") << " in Acumulados_Dpto\n";
     for (const BalanceCell& cell : found.differences) {
         std::cout << "  " << rowName(cell.table, cell.account, cell.department) << ", "
                   << cell.column << ": stored " << amount(cell.stored)
@@ -75,29 +82,41 @@ void printVerification(const BalanceVerification& found) {
                   << balance.account << ", " << amount(balance.amount) << "\n";
     }
     std::cout << "Summary, " << exerciseName(found.company, found.exercise) << ": "
-              << found.differences.size() << " differing cells in " << counts.differingRows
-              << " rows (" << counts.missingRows << " missing, " << counts.strayRows << " stray), "
-              << found.unbalancedEntries.size() << " unbalanced entries, "
-              << found.linesWithoutHeader.size() << " lines without header, "
-              << found.duplicateLines.size() << " line numbers and "
-              << found.duplicateEntries.size() << " entry numbers used more than once, "
-              << found.openingBalancesWithoutEntry.size()
-              << " opening balances without an opening entry: "
-              << (found.clean() ? "clean" : "DIFFERENCES FOUND") << "\n";
+              << counted(static_cast<std::int64_t>(found.differences.size()), "differing cell",
+                         "differing cells")
+              << " in " << counted(counts.differingRows, "row", "rows") << " ("
+              << counts.missingRows << " missing, " << counts.strayRows << " stray), "
+              << counted(static_cast<std::int64_t>(found.unbalancedEntries.size()),
+                         "unbalanced entry", "unbalanced entries")
+              << ", "
+              << counted(static_cast<std::int64_t>(found.linesWithoutHeader.size()),
+                         "line without header", "lines without header")
+              << ", "
+              << counted(static_cast<std::int64_t>(found.duplicateLines.size()), "line number",
+                         "line numbers")
+              << " and "
+              << counted(static_cast<std::int64_t>(found.duplicateEntries.size()), "entry number",
+                         "entry numbers")
+              << " used more than once, "
+              << counted(static_cast<std::int64_t>(found.openingBalancesWithoutEntry.size()),
+                         "opening balance", "opening balances")
+              << " without an opening entry: " << (found.clean() ? "clean" : "DIFFERENCES FOUND")
+              << "\n";
 }
 
 void printRepair(const BalanceRepair& repair) {
-    int updated = 0;
-    int inserted = 0;
-    int zeroed = 0;
+    std::int64_t updated = 0;
+    std::int64_t inserted = 0;
+    std::int64_t zeroed = 0;
     for (const RepairedRow& row : repair.rows) {
         updated += row.action == RowRepair::Updated;
         inserted += row.action == RowRepair::Inserted;
         zeroed += row.action == RowRepair::Zeroed;
     }
     std::cout << "Repair of " << exerciseName(repair.before.company, repair.before.exercise)
-              << ", in one transaction: " << updated << " rows updated, " << inserted
-              << " rows inserted, " << zeroed << " rows set to zero\n";
+              << ", in one transaction: " << counted(updated, "row", "rows") << " updated, "
+              << counted(inserted, "row", "rows") << " inserted, " << counted(zeroed, "row", "rows")
+              << " set to zero\n";
     for (const RepairedRow& row : repair.rows) {
         std::string action = "updated ";
         std::string name = rowName(row.table, row.account, row.department);

@@ -89,7 +89,7 @@ TEST_F(VerifyToolTest, AHandMadeChangeIsPrintedRepairedAndGone) {
     EXPECT_EQ(repair.exitCode, 0) << repair.err;
     EXPECT_EQ(repair.out,
               found +
-                  "Repair of company 1, exercise 2026, in one transaction: 1 rows updated, 1 rows "
+                  "Repair of company 1, exercise 2026, in one transaction: 1 row updated, 1 row "
                   "inserted, 0 rows set to zero\n"
                   "  updated Acumulados, account 43000001, D3: 1.210,0001 -> 1.210,0000\n"
                   "  inserted Acumulados_Dpto, account 7, department 1 (Nivel 5), H3: 0,0000 -> "
@@ -135,10 +135,10 @@ TEST_F(VerifyToolTest, EveryExerciseIsVerifiedUnlessNarrowed) {
     sql("INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, H2) VALUES (1, 2027, "
         "'70000001', 5, 0.5)");
     const std::string exercise2027 =
-        "Company 1, exercise 2027: 0 lines, 0 entries, 1 rows in Acumulados, 0 rows in "
+        "Company 1, exercise 2027: 0 lines, 0 entries, 1 row in Acumulados, 0 rows in "
         "Acumulados_Dpto\n"
         "  Acumulados, account 70000001, H2: stored 0,5000, expected 0,0000\n"
-        "Summary, company 1, exercise 2027: 1 differing cells in 1 rows (0 missing, 1 stray), 0 "
+        "Summary, company 1, exercise 2027: 1 differing cell in 1 row (0 missing, 1 stray), 0 "
         "unbalanced entries, 0 lines without header, 0 line numbers and 0 entry numbers used "
         "more than once, 0 opening balances without an opening entry: DIFFERENCES FOUND\n";
 
@@ -243,7 +243,7 @@ TEST(VerifyConnectionTest, AConnectionStringOpensTheDatabaseItNames) {
     }
 
     const std::string summary =
-        "Company 1, exercise 2026: 2 lines, 1 entries, 10 rows in Acumulados, 10 rows in "
+        "Company 1, exercise 2026: 2 lines, 1 entry, 10 rows in Acumulados, 10 rows in "
         "Acumulados_Dpto\n";
     ToolRun verify = kvlnmov({"verify", "--connection", connectionString});
     EXPECT_EQ(verify.exitCode, 1) << verify.err;
@@ -251,7 +251,7 @@ TEST(VerifyConnectionTest, AConnectionStringOpensTheDatabaseItNames) {
               summary +
                   "  Acumulados_Dpto, account 629, department 0, D2: stored 4,0000, expected "
                   "40,0000\n"
-                  "Summary, company 1, exercise 2026: 1 differing cells in 1 rows (0 missing, 0 "
+                  "Summary, company 1, exercise 2026: 1 differing cell in 1 row (0 missing, 0 "
                   "stray), 0 unbalanced entries, 0 lines without header, 0 line numbers and 0 "
                   "entry numbers used more than once, 0 opening balances without an opening "
                   "entry: DIFFERENCES FOUND\n");

@@ -335,12 +335,14 @@ class BalanceReplay {
         for (std::int32_t account : sortedAccounts(ids)) {
             const std::string name = accounts_[static_cast<std::size_t>(account)];
             if (name.size() != fullLength) continue;
+            // What the stored opening balance holds beyond the journal's, unless the row
+            // reads as one that existed before its first line (an opening credit).
             const Cells& stored = storedAccounts_.at(account);
             const ReplayRow& replayed = accountRows_[static_cast<std::size_t>(account)];
-            const Currency journal = replayed.cells[kOpeningColumn];
-            Currency direct = stored[kOpeningColumn] - journal;
+            Currency direct = stored[kOpeningColumn] - replayed.cells[kOpeningColumn];
             if (replayed.alternativeColumn == kOpeningColumn && direct == replayed.alternativeDelta)
                 direct = Currency();
+            // (Interning the summary accounts below may move the replayed rows.)
             if (direct.isZero()) continue;
             report().openingBalancesWithoutEntry.push_back({name, direct});
             for (std::int16_t level = 0; level <= levels - 2; ++level) {
