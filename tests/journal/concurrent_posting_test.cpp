@@ -1,26 +1,70 @@
-// Two workstations posting to the same accounts of one database file.
+// Books that never drift: several processes posting into one database file at once, a
+// process killed at every statement of a working session, or at random moments, and a
+// writer holding the lock. Each time the balances must agree with the journal, cell by cell.
 
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <set>
+#include <random>
+#include <thread>
 
 #include "journal_fixture.h"
 #include "kvlnmov/db/recordset.h"
+#include "kvlnmov/journal/balance_verifier.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
+#include "support/rows.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::testing {
 namespace {
 
-const std::vector<std::string> kAccounts{"43000001", "70000001"};
+/// Every difference between the balances and the journal, and every other finding but
+/// unbalanced entries (a session killed between two lines leaves its entry unbalanced), as
+/// printable lines.
+std::vector<std::string> driftOf(const db::ConnectionRef& connection, cEmpresa& context) {
+    const BalanceVerification verification = verifyBalances(connection, context);
+    std::vector<std::string> found;
+    for (const BalanceCell& cell : verification.differences) {
+        found.push_back(std::string(balanceTableName(cell.table)) + " " + cell.account + "/" +
+                        std::to_string(cell.department) + " " + cell.column + ": " +
+                        cell.stored.toString() + " instead of " + cell.expected.toString());
+    }
+    for (const LineWithoutHeader& line : verification.linesWithoutHeader)
+        found.push_back("line " + std::to_string(line.line) + " without header");
+    for (const DuplicateNumber& number : verification.duplicateLines)
+        found.push_back("line number " + std::to_string(number.number) + " used twice");
+    for (const DuplicateNumber& number : verification.duplicateEntries)
+        found.push_back("entry number " + std::to_string(number.number) + " used twice");
+    return found;
+}
 
-class ConcurrentPostingTest : public ::testing::Test {
+/// What SQLite's own check says of the file ("ok" for an intact one).
+std::string integrityOf(const std::string& file) {
+    sqlite3* db = nullptr;
+    std::string result = "cannot open";
+    if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_stmt* check = nullptr;
+        if (sqlite3_prepare_v2(db, "PRAGMA integrity_check", -1, &check, nullptr) == SQLITE_OK &&
+            sqlite3_step(check) == SQLITE_ROW) {
+            result = reinterpret_cast<const char*>(sqlite3_column_text(check, 0));
+        }
+        sqlite3_finalize(check);
+    }
+    sqlite3_close_v2(db);
+    return result;
+}
+
+bool transactionalProvider() { return testProvider() != TestProvider::SqlServer; }
+
+class BooksUnderStressTest : public ::testing::Test {
   protected:
     void SetUp() override {
         resetLibrary();
@@ -28,165 +72,345 @@ class ConcurrentPostingTest : public ::testing::Test {
     }
     void TearDown() override { resetLibrary(); }
 
-    db::ConnectionRef open() { return database_.connect(10000); }
-
-    /// Posts one entry of `lines` lines, alternating debits and credits on the two accounts.
-    static void post(const db::ConnectionRef& connection, const cEmpresaRef& context, int lines,
-                     int seed) {
-        auto header = std::make_shared<clsAsiento>();
-        header->Conexion(connection);
-        header->cEmpresa(context);
-        header->Fecha(Date::ymd(2026, 3, 15));
-        header->Usuario(static_cast<std::int16_t>(seed));
-        header->Insertar();
-        auto mov = std::make_shared<clsMov>();
-        mov->Conexion(connection);
-        mov->cEmpresa(context);
-        for (int i = 0; i < lines; ++i) {
-            mov->Asiento(header->Codigo());
-            mov->Fecha_Asiento(Date::ymd(2026, 3, 15));
-            mov->Cuenta(kAccounts[static_cast<std::size_t>(i % 2)]);
-            Currency amount = Currency::fromRaw(10000 + seed * 100 + i);
-            mov->Debe(i % 2 == 0 ? amount : Currency());
-            mov->Haber(i % 2 == 0 ? Currency() : amount);
-            mov->Dpto(static_cast<std::int16_t>(i % 3));
-            mov->Insertar();
+    /// Posts entry after entry in the current process, as a workstation does.
+    static void post(const db::ConnectionRef& connection, const cEmpresaRef& context, int entries,
+                     int linesPerEntry, int seed) {
+        std::mt19937 random(static_cast<unsigned>(seed));
+        for (int e = 0; e < entries; ++e) {
+            auto header = std::make_shared<clsAsiento>();
+            header->Conexion(connection);
+            header->cEmpresa(context);
+            const Date date = Date::ymd(2026, 1 + static_cast<int>(random() % 12), 10);
+            header->Fecha(date);
+            header->Usuario(static_cast<std::int16_t>(seed));
+            header->Insertar();
+            auto line = std::make_shared<clsMov>();
+            line->cEmpresa(context);
+            for (int i = 0; i < linesPerEntry; ++i) {
+                line->Asiento(header->Codigo());
+                line->Fecha_Asiento(date);
+                line->Fecha(date);
+                // Every process walks the same new accounts in the same order, so they race
+                // to create the same balance rows.
+                line->Cuenta(std::to_string(43000000 + (e * linesPerEntry + i) % 97));
+                // Lines in pairs of one amount, so that every entry balances.
+                const Currency amount = Currency::fromRaw(10000 + seed * 100 + i / 2);
+                line->Debe(i % 2 == 0 ? amount : Currency());
+                line->Haber(i % 2 == 0 ? Currency() : amount);
+                line->Dpto(static_cast<std::int16_t>(random() % 3));
+                line->Insertar();
+            }
         }
+    }
+
+    /// Runs `work` in a child process; returns its exit status (non-zero on a caller error).
+    template <class Work>
+    static pid_t spawn(Work&& work) {
+        const pid_t child = fork();
+        if (child != 0) return child;
+        int status = 0;
+        try {
+            resetLibrary();
+            setUserInterface(std::make_shared<RecordingUserInterface>());
+            work();
+        } catch (const Error& error) {
+            std::cerr << "child " << getpid() << ": error " << error.number() << " ("
+                      << error.source() << "): " << error.description() << "\n";
+            status = 1;
+        }
+        _exit(status);
     }
 
     TestDatabase database_;
 };
 
-TEST_F(ConcurrentPostingTest, TwoProcessesLoseNoAmountAndShareNoLineNumber) {
+TEST_F(BooksUnderStressTest, ProcessesPostingAtOnceLeaveBalancesThatAgreeWithTheJournal) {
+    if (!transactionalProvider())
+        GTEST_SKIP() << "SQL Server commits statement by statement (see ARCHITECTURE.md)";
+    auto context = exerciseContext();
     {
-        auto connection = open();
-        auto context = exerciseContext();
+        auto connection = database_.connect();
         createCompany(*connection, *context);
-        post(connection, context, 6, 0);  // the balance rows exist before the race
-        resetLibrary();
     }
-
-    constexpr int kLinesEach = 500;
+    constexpr int kProcesses = 4;
+    constexpr int kEntries = 125;
+    constexpr int kLines = 4;
     std::vector<pid_t> children;
-    for (int worker = 1; worker <= 2; ++worker) {
-        pid_t child = fork();
-        ASSERT_NE(child, -1);
-        if (child == 0) {
-            int status = 0;
-            try {
-                resetLibrary();
-                setUserInterface(std::make_shared<RecordingUserInterface>());
-                post(open(), exerciseContext(), kLinesEach, worker);
-            } catch (const Error& error) {
-                std::cerr << "worker " << worker << ": error " << error.number() << " ("
-                          << error.source() << "): " << error.description() << "\n";
-                status = 1;
-            }
-            _exit(status);
-        }
-        children.push_back(child);
+    for (int worker = 1; worker <= kProcesses; ++worker) {
+        children.push_back(spawn([&, worker] {
+            post(database_.connect(30000), exerciseContext(), kEntries, kLines, worker);
+        }));
+        ASSERT_NE(children.back(), -1);
     }
     for (pid_t child : children) {
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFEXITED(status));
-        EXPECT_EQ(WEXITSTATUS(status), 0);
+        EXPECT_EQ(WEXITSTATUS(status), 0) << "a caller got an error (see above)";
     }
 
-    auto connection = open();
-    auto count = [&](const std::string& query) {
-        db::Recordset rows;
-        rows.Open(query, connection);
-        return rows.Fields(0).toLong();
-    };
-    EXPECT_EQ(count("SELECT COUNT(*) FROM Movimientos"), 6 + 2 * kLinesEach);
-    EXPECT_EQ(count("SELECT COUNT(DISTINCT Apunte) FROM Movimientos"), 6 + 2 * kLinesEach);
-    EXPECT_EQ(count("SELECT COUNT(*) FROM Asientos"), 3);
+    auto connection = database_.connect();
+    EXPECT_EQ(queryRows(connection, "SELECT COUNT(*), COUNT(DISTINCT Apunte) FROM Movimientos"),
+              (Rows{{Variant(std::int32_t{kProcesses * kEntries * kLines}),
+                     Variant(std::int32_t{kProcesses * kEntries * kLines})}}));
+    EXPECT_EQ(driftOf(connection, *context), std::vector<std::string>{});
+    EXPECT_TRUE(verifyBalances(connection, *context).unbalancedEntries.empty());
+}
 
-    // Every balance row holds exactly the sum of the lines below it.
-    for (const std::string row : {"43000001", "4300", "430", "43", "4", "70000001", "7"}) {
-        db::Recordset sums;
-        sums.Open("SELECT SUM(Debe) AS D, SUM(Haber) AS H FROM Movimientos WHERE Cuenta LIKE '" +
-                      row + "%'",
-                  connection);
-        db::Recordset balance;
-        balance.Open("SELECT D3, H3 FROM Acumulados WHERE Cuenta = '" + row + "'", connection);
-        ASSERT_FALSE(balance.Eof()) << row;
-        EXPECT_EQ(balance.Fields("D3").toCurrency(), sums.Fields("D").toCurrency()) << row;
-        EXPECT_EQ(balance.Fields("H3").toCurrency(), sums.Fields("H").toCurrency()) << row;
-        for (int department = 0; department < 3; ++department) {
-            db::Recordset part;
-            part.Open(
-                "SELECT SUM(Debe) AS D, SUM(Haber) AS H FROM Movimientos WHERE Cuenta LIKE '" +
-                    row + "%' AND Dpto = " + std::to_string(department),
-                connection);
-            db::Recordset departmentBalance;
-            departmentBalance.Open("SELECT D3, H3 FROM Acumulados_Dpto WHERE Cuenta = '" + row +
-                                       "' AND Dpto = " + std::to_string(department),
-                                   connection);
-            ASSERT_FALSE(departmentBalance.Eof()) << row << "/" << department;
-            EXPECT_EQ(departmentBalance.Fields("D3").toCurrency(), part.Fields("D").toCurrency());
-            EXPECT_EQ(departmentBalance.Fields("H3").toCurrency(), part.Fields("H").toCurrency());
+/// Kills its own process just before the `killAt`-th text is sent, so that exactly the
+/// texts before it ran.
+class KillBeforeStatement : public db::StatementObserver {
+  public:
+    explicit KillBeforeStatement(int killAt) : killAt_(killAt) {}
+    void statementSent(std::string_view) override {
+        if (++sent_ == killAt_) kill(getpid(), SIGKILL);
+    }
+    int sent() const { return sent_; }
+
+  private:
+    int killAt_;
+    int sent_ = 0;
+};
+
+/// A working session: an entry of three lines (one to an account with no balance rows yet), a
+/// line changed to another account, a line deleted, a closing entry, and the first entry
+/// annulled. `afterEach` is told how many texts had been sent when each operation ended.
+void workingSession(const db::ConnectionRef& connection, const cEmpresaRef& context,
+                    const std::function<void()>& afterEach) {
+    auto header = std::make_shared<clsAsiento>();
+    header->Conexion(connection);
+    header->cEmpresa(context);
+    header->Fecha(Date::ymd(2026, 5, 20));
+    header->Insertar();
+    afterEach();
+    std::vector<std::int32_t> lines;
+    const std::vector<std::pair<std::string, Currency>> postings{
+        {"43000001", Currency::fromUnits(121)},
+        {"70000005", Currency::fromUnits(-100)},
+        {"47700021", Currency::fromUnits(-21)}};
+    for (const auto& [account, amount] : postings) {
+        auto line = std::make_shared<clsMov>();
+        line->cEmpresa(context);
+        line->Asiento(header->Codigo());
+        line->Fecha_Asiento(Date::ymd(2026, 5, 20));
+        line->Fecha(Date::ymd(2026, 5, 20));
+        line->Cuenta(account);
+        line->Dpto(amount.raw() > 0 ? 1 : 2);
+        if (amount.raw() > 0)
+            line->Debe(amount);
+        else
+            line->Haber(-amount);
+        line->Insertar();
+        lines.push_back(line->Apunte());
+        afterEach();
+    }
+    auto change = std::make_shared<clsMov>();
+    change->cEmpresa(context);
+    change->Apunte(lines[1]);
+    change->Asiento(header->Codigo());
+    change->Fecha_Asiento(Date::ymd(2026, 5, 20));
+    change->Fecha(Date::ymd(2026, 5, 20));
+    change->Cuenta("70500001");
+    change->Dpto(3);
+    change->Haber(Currency::fromUnits(100));
+    change->Modificar();
+    afterEach();
+    auto removal = std::make_shared<clsMov>();
+    removal->cEmpresa(context);
+    removal->Apunte(lines[2]);
+    removal->Asiento(header->Codigo());
+    removal->Eliminar();
+    afterEach();
+
+    auto closing = std::make_shared<clsAsiento>();
+    closing->cEmpresa(context);
+    closing->Fecha(Date::ymd(2026, 12, 31));
+    closing->Cierre(true);
+    closing->Insertar();
+    afterEach();
+    auto closingLine = std::make_shared<clsMov>();
+    closingLine->cEmpresa(context);
+    closingLine->Asiento(closing->Codigo());
+    closingLine->Fecha_Asiento(Date::ymd(2026, 12, 31));
+    closingLine->Fecha(Date::ymd(2026, 12, 31));
+    closingLine->Cuenta("43000001");
+    closingLine->Haber(Currency::fromUnits(121));
+    closingLine->Insertar();
+    afterEach();
+
+    auto annulled = std::make_shared<clsAsiento>();
+    annulled->cEmpresa(context);
+    annulled->Codigo(1);
+    annulled->Fecha(Date::ymd(2026, 3, 15));
+    annulled->Usuario(7);
+    annulled->Eliminar();
+    afterEach();
+}
+
+/// What a session has left in the books, without the time stamps.
+Rows booksOf(const db::ConnectionRef& connection) {
+    Rows rows;
+    for (const char* sql :
+         {"SELECT Codigo, Fecha, Cierre, Nulo FROM Asientos ORDER BY Codigo",
+          "SELECT Apunte, Cod_Asiento, Cuenta, Dpto, Debe, Haber FROM Movimientos ORDER BY Apunte",
+          "SELECT Cuenta, Apertura, Cierre, D3, H3, D5, H5 FROM Acumulados ORDER BY Cuenta",
+          "SELECT Cuenta, Dpto, D3, H3, D5, H5, Cierre FROM Acumulados_Dpto ORDER BY Cuenta, Dpto",
+          "SELECT COUNT(*) FROM Movimientos_Eliminados", "SELECT COUNT(*) FROM BakAnulado_Asientos",
+          "SELECT cApunte FROM Contador_Apuntes"}) {
+        Rows part = queryRows(connection, sql);
+        rows.push_back({Variant(std::string(sql))});
+        rows.insert(rows.end(), part.begin(), part.end());
+    }
+    return rows;
+}
+
+class KilledSessionTest : public BooksUnderStressTest {
+  protected:
+    void SetUp() override {
+        BooksUnderStressTest::SetUp();
+        if (!transactionalProvider())
+            GTEST_SKIP() << "SQL Server commits statement by statement (see ARCHITECTURE.md)";
+        context_ = exerciseContext();
+        auto connection = template_.connect();
+        createCompany(*connection, *context_);
+        // Entry 1 of 15 March, the one the session annuls.
+        auto header = std::make_shared<clsAsiento>();
+        header->Conexion(connection);
+        header->cEmpresa(context_);
+        header->Fecha(Date::ymd(2026, 3, 15));
+        header->Insertar();
+        for (const char* account : {"43000001", "70000001"}) {
+            auto line = std::make_shared<clsMov>();
+            line->cEmpresa(context_);
+            line->Asiento(header->Codigo());
+            line->Fecha_Asiento(Date::ymd(2026, 3, 15));
+            line->Cuenta(account);
+            if (account[0] == '4')
+                line->Debe(Currency::fromUnits(50));
+            else
+                line->Haber(Currency::fromUnits(50));
+            line->Insertar();
         }
+        resetLibrary();
+    }
+
+    /// A database holding the template's books.
+    std::unique_ptr<TestDatabase> copyOfTemplate() {
+        auto copy = std::make_unique<TestDatabase>();
+        std::filesystem::copy_file(template_.file(), copy->file());
+        return copy;
+    }
+
+    TestDatabase template_;
+    std::shared_ptr<SettableContext> context_;
+};
+
+TEST_F(KilledSessionTest, AProcessKilledAtAnyStatementLeavesWholeOperationsOnly) {
+    // The session run to its end, with the books after each operation and the number of
+    // texts sent by then.
+    std::vector<Rows> booksAfter;
+    std::vector<int> sentAfter;
+    int totalSent = 0;
+    {
+        auto dry = copyOfTemplate();
+        auto connection = dry->connect();
+        booksAfter.push_back(booksOf(connection));
+        sentAfter.push_back(0);
+        auto counter = std::make_shared<KillBeforeStatement>(0);
+        connection->addObserver(counter);
+        workingSession(connection, context_, [&] {
+            connection->removeObserver(counter.get());
+            booksAfter.push_back(booksOf(connection));
+            connection->addObserver(counter);
+            sentAfter.push_back(counter->sent());
+        });
+        totalSent = counter->sent();
+        ASSERT_EQ(driftOf(connection, *context_), std::vector<std::string>{});
+        resetLibrary();
+    }
+    ASSERT_GT(totalSent, 60);
+
+    for (int killAt = 1; killAt <= totalSent; ++killAt) {
+        SCOPED_TRACE("killed before text " + std::to_string(killAt));
+        auto copy = copyOfTemplate();
+        const pid_t child = spawn([&] {
+            auto connection = copy->connect();
+            connection->addObserver(std::make_shared<KillBeforeStatement>(killAt));
+            workingSession(connection, context_, [] {});
+        });
+        ASSERT_NE(child, -1);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+
+        auto connection = copy->connect();
+        EXPECT_EQ(integrityOf(copy->file()), "ok");
+        EXPECT_EQ(driftOf(connection, *context_), std::vector<std::string>{});
+        // Exactly the operations that ended before the kill are in the books.
+        std::size_t ended = 0;
+        while (ended + 1 < sentAfter.size() && sentAfter[ended + 1] < killAt) ++ended;
+        EXPECT_EQ(booksOf(connection), booksAfter[ended]);
+        resetLibrary();
+        if (HasFailure()) break;
     }
 }
 
-/// Inserts the balance row another workstation creates at the moment this one is about to.
-class RowCreatedMeanwhile : public db::StatementObserver {
-  public:
-    explicit RowCreatedMeanwhile(db::ConnectionRef other) : other_(std::move(other)) {}
-    void statementSent(std::string_view text) override {
-        if (done_ || text.rfind("INSERT INTO Acumulados (", 0) != 0 ||
-            text.find("'43000009'") == std::string_view::npos) {
-            return;
-        }
-        done_ = true;
-        other_->Execute(
-            "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, D3) VALUES (1, "
-            "2026, '43000009', 5, 50)");
+TEST_F(KilledSessionTest, AProcessKilledAtRandomMomentsNeverLeavesDrift) {
+    std::mt19937 random(20261122);
+    for (int round = 0; round < 20; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        auto copy = copyOfTemplate();
+        const pid_t child = spawn([&] {
+            auto connection = copy->connect();
+            for (;;) post(connection, exerciseContext(), 1, 3, 2);
+        });
+        ASSERT_NE(child, -1);
+        std::this_thread::sleep_for(std::chrono::microseconds(2000 + random() % 60000));
+        kill(child, SIGKILL);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+
+        auto connection = copy->connect();
+        EXPECT_EQ(integrityOf(copy->file()), "ok");
+        EXPECT_EQ(driftOf(connection, *context_), std::vector<std::string>{});
+        resetLibrary();
     }
+}
 
-  private:
-    db::ConnectionRef other_;
-    bool done_ = false;
-};
-
-TEST_F(ConcurrentPostingTest, TheLoserOfARaceToCreateABalanceRowGetsTheKeyViolation) {
-    auto connection = open();
+TEST_F(BooksUnderStressTest, AWriterHoldingTheLockMakesALineFailWholeAfterItsRetries) {
+    if (!transactionalProvider())
+        GTEST_SKIP() << "SQL Server commits statement by statement (see ARCHITECTURE.md)";
     auto context = exerciseContext();
+    auto connection = database_.connect(20);
     createCompany(*connection, *context);
     auto ui = std::make_shared<RecordingUserInterface>();
     setUserInterface(ui);
-    connection->addObserver(std::make_shared<RowCreatedMeanwhile>(open()));
-
     auto header = std::make_shared<clsAsiento>();
     header->Conexion(connection);
     header->cEmpresa(context);
     header->Fecha(Date::ymd(2026, 3, 15));
     header->Insertar();
-    auto mov = std::make_shared<clsMov>();
-    mov->cEmpresa(context);
-    mov->Asiento(header->Codigo());
-    mov->Fecha_Asiento(Date::ymd(2026, 3, 15));
-    mov->Cuenta("43000009");
-    mov->Debe(Currency::fromUnits(20));
-    try {
-        mov->Insertar();
-        FAIL() << "the colliding insert succeeded";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number(), errc::kIntegrity);
-        EXPECT_EQ(error.source(), "clsMov::Insertar");
-        EXPECT_EQ(
-            error.description().rfind("Violation of PRIMARY KEY constraint 'PK_Acumulados'", 0), 0u)
-            << error.description();
-    }
+
+    auto other = database_.connect(20);
+    other->BeginTrans();
+    other->Execute("UPDATE Empresas SET Nombre = 'Bloqueada'");
+    auto line = std::make_shared<clsMov>();
+    line->cEmpresa(context);
+    line->Asiento(header->Codigo());
+    line->Fecha_Asiento(Date::ymd(2026, 3, 15));
+    line->Cuenta("43000009");
+    line->Debe(Currency::fromUnits(20));
+    const Error error = errorOf([&] { line->Insertar(); });
+    EXPECT_EQ(error.number(), errc::kTimeout);
+    EXPECT_EQ(error.source(), "clsMov::Insertar");
+    EXPECT_EQ(error.description(), "Query timeout expired");
     EXPECT_EQ(ui->yields, 6);
-    db::Recordset row;
-    row.Open("SELECT D3 FROM Acumulados WHERE Cuenta = '43000009'", connection);
-    EXPECT_EQ(row.Fields("D3").toCurrency(), Currency::fromUnits(50));  // the winner's amount
-    db::Recordset line;
-    line.Open("SELECT Debe FROM Movimientos", connection);
-    EXPECT_EQ(line.Fields("Debe").toCurrency(), Currency::fromUnits(20));  // reported, not lost
+    other->RollbackTrans();
+    EXPECT_EQ(queryRows(connection, "SELECT COUNT(*) FROM Movimientos"),
+              (Rows{{Variant(std::int32_t{0})}}));
+    EXPECT_EQ(driftOf(connection, *context), std::vector<std::string>{});
+    line->Insertar();  // once the lock is gone the same line posts whole
+    EXPECT_EQ(driftOf(connection, *context), std::vector<std::string>{});
 }
 
 }  // namespace
