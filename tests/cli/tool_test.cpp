@@ -175,3 +175,43 @@ TEST_F(ToolTest, ALibraryErrorHalfWayUndoesTheWholeFile) {
 
 }  // namespace
 }  // namespace kvlnmov::testing
+
+namespace kvlnmov::testing {
+namespace {
+
+// A command that fails on a file that is not a company database leaves it exactly as it was:
+// an empty file stays empty (no journal mode, no header written), a missing one is not made.
+TEST_F(ToolTest, FailingCommandsNeitherCreateNorChangeAFile) {
+    const std::string empty = write("empty.db", "");
+    const std::string missing = (folder_ / "missing.db").string();
+    const std::string entries = write("entries.json", kTwoEntries);
+    const std::vector<std::vector<std::string>> commands{
+        {"balance"},
+        {"books"},
+        {"show", "", "1"},
+        {"post", "", entries},
+        {"verify"},
+        {"annul", "", "1"},
+        {"sql", "", "SELECT COUNT(*) FROM Asientos"}};
+    for (const std::string& file : {empty, missing}) {
+        for (std::vector<std::string> command : commands) {
+            if (command.size() == 1) {
+                command.push_back(file);
+            } else {
+                command[1] = file;
+            }
+            SCOPED_TRACE(command[0] + " " + file);
+            const ToolRun run = kvlnmov(command);
+            EXPECT_NE(run.exitCode, 0) << run.out;
+            EXPECT_EQ(std::filesystem::exists(file), file == empty);
+            if (file == empty) {
+                EXPECT_EQ(std::filesystem::file_size(file), 0u);
+            }
+            EXPECT_FALSE(std::filesystem::exists(file + "-wal"));
+            EXPECT_FALSE(std::filesystem::exists(file + "-shm"));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace kvlnmov::testing
