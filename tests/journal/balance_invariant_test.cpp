@@ -541,3 +541,46 @@ TEST_F(BalanceInvariantTest, RandomOperationsKeepBalancesEqualToTheLines) {
 
 }  // namespace
 }  // namespace kvlnmov::testing
+
+namespace kvlnmov::testing {
+namespace {
+
+// Amounts that a double cannot hold to the ten-thousandth are accumulated exactly, in the
+// account's row and in every summary row, as debits, credits, and in the opening column.
+TEST_F(JournalTest, HugeAmountsAccumulateToTheTenThousandth) {
+    auto header = bound<clsAsiento>();
+    header->Fecha(Date::ymd(2026, 3, 15));
+    header->Insertar();
+    const std::vector<std::string> amounts{"900719925474.0993", "123456789012345.6789",
+                                           "400000000000000.0001", "0.0001"};
+    Currency total;
+    for (const std::string& text : amounts) {
+        const Currency amount = *Currency::parse(text);
+        total += amount;
+        for (bool debit : {true, false}) {
+            auto line = bound<clsMov>();
+            line->Asiento(header->Codigo());
+            line->Fecha_Asiento(Date::ymd(2026, 3, 15));
+            line->Cuenta(debit ? "43000001" : "70000001");
+            if (debit) {
+                line->Debe(amount);
+            } else {
+                line->Haber(amount);
+            }
+            line->Insertar();
+        }
+    }
+    for (const char* account : {"43000001", "4300", "430", "43", "4"}) {
+        EXPECT_EQ(scalar(std::string("SELECT D3 FROM Acumulados WHERE Cuenta = '") + account + "'")
+                      .toCurrency(),
+                  total)
+            << account;
+    }
+    EXPECT_EQ(scalar("SELECT H3 FROM Acumulados_Dpto WHERE Cuenta = '70000001' AND Dpto = 0")
+                  .toCurrency(),
+              total);
+    EXPECT_EQ(total.toString(), "524357508937819.7784");
+}
+
+}  // namespace
+}  // namespace kvlnmov::testing
