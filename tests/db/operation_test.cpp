@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "db/sqlite/stray_quote.h"
 #include "frame/quoted_values.h"
 #include "kvlnmov/frame/sql_text.h"
 #include "provider_fixture.h"
@@ -170,6 +171,31 @@ INSTANTIATE_TEST_SUITE_P(
         StrayQuoteCase{"' + (SELECT TOP 1 Codigo FROM Conceptos) + '",
                        "Incorrect syntax near '+'."},
         StrayQuoteCase{"'", "Incorrect syntax near 'B'."}));
+
+// On SQL Server nothing is translated: the error comes from reading the tokens after the
+// literal the stray quote closes, the first error the server reports for such a statement.
+TEST(StrayQuoteOnTheServer, NamesTheTokenAfterTheLiteral) {
+    struct Case {
+        std::string statement;
+        std::string value;
+        std::string description;
+    };
+    for (const Case& test :
+         std::vector<Case>{{"INSERT INTO Conceptos (Codigo, Nombre) VALUES ('A1', 'L'Oreal')",
+                            "L'Oreal", "Incorrect syntax near 'Oreal'."},
+                           {"UPDATE Movimientos SET Concepto ='x' OR '1'='1' WHERE Apunte =1",
+                            "x' OR '1'='1", "Incorrect syntax near the keyword 'OR'."},
+                           {"UPDATE Movimientos SET Concepto ='x' --' WHERE Apunte =1", "x' --",
+                            "Incorrect syntax near 'x'."},
+                           {"SELECT * FROM SGD_Usuarios WHERE Alias='a' AND Password='it''", "it'",
+                            "Unclosed quotation mark after the character string 'it'''."}}) {
+        const std::size_t quote = test.statement.find(test.value) + test.value.find('\'');
+        const Error error = sqlite::strayQuoteError(test.statement, quote, "server");
+        EXPECT_EQ(error.number(), errc::kSyntax) << test.statement;
+        EXPECT_EQ(error.source(), "server");
+        EXPECT_EQ(error.description(), test.description) << test.statement;
+    }
+}
 
 TEST_F(OperationTest, TextsTheApplicationWritesItselfAreNotPoliced) {
     // Only texts the library's writers quoted are checked: the application's own SQL runs.

@@ -10,7 +10,10 @@ Error strayQuoteError(std::string_view text, std::size_t quoteOffset, const std:
     const std::vector<tsql::Token> tokens = tsql::tokenize(std::string(text));
     const tsql::Token* previous = nullptr;
     for (const tsql::Token& token : tokens) {
-        if (token.offset > quoteOffset || token.kind == tsql::TokenKind::End)
+        // A literal the quote leaves open to the end of the text is reported as unclosed.
+        if (token.offset > quoteOffset || token.kind == tsql::TokenKind::End ||
+            token.kind == tsql::TokenKind::UnclosedString ||
+            token.kind == tsql::TokenKind::UnclosedComment)
             return errors.syntaxAt(token, previous);
         previous = &token;
     }
