@@ -10,30 +10,13 @@
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/library.h"
-#include "support/run_tool.h"
+#include "support/tool_fixture.h"
 
 namespace kvlnmov::testing {
 namespace {
 
-class ToolTest : public ::testing::Test {
+class ToolTest : public ToolFixture {
   protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/kvlnmov-tool-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder_ = pattern;
-        database_ = (folder_ / "empresa.db").string();
-    }
-    void TearDown() override {
-        resetLibrary();
-        std::filesystem::remove_all(folder_);
-    }
-
-    ToolRun kvlnmov(std::vector<std::string> arguments) {
-        ToolRun run = runTool(KVLNMOV_CLI, std::move(arguments), (folder_ / "run").string());
-        EXPECT_NE(run.exitCode, -1) << "cannot start " << KVLNMOV_CLI;
-        return run;
-    }
-
     std::string write(const std::string& name, const std::string& text) {
         std::string file = (folder_ / name).string();
         std::ofstream(file) << text;
@@ -48,9 +31,6 @@ class ToolTest : public ::testing::Test {
     }
 
     void init() { ASSERT_EQ(kvlnmov({"init", database_}).exitCode, 0); }
-
-    std::filesystem::path folder_;
-    std::string database_;
 };
 
 const char* kTwoEntries = R"({"entries": [

@@ -14,8 +14,8 @@
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
-#include "support/run_tool.h"
 #include "support/test_connection.h"
+#include "support/tool_fixture.h"
 
 namespace kvlnmov::testing {
 namespace {
@@ -27,25 +27,8 @@ const char* kCleanDemo =
     "unbalanced entries, 0 lines without header, 0 line numbers and 0 entry numbers used more "
     "than once, 0 opening balances without an opening entry: clean\n";
 
-class VerifyToolTest : public ::testing::Test {
+class VerifyToolTest : public ToolFixture {
   protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/kvlnmov-verify-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
-        folder_ = pattern;
-        database_ = (folder_ / "empresa.db").string();
-    }
-    void TearDown() override {
-        resetLibrary();
-        std::filesystem::remove_all(folder_);
-    }
-
-    ToolRun kvlnmov(std::vector<std::string> arguments) {
-        ToolRun run = runTool(KVLNMOV_CLI, std::move(arguments), (folder_ / "run").string());
-        EXPECT_NE(run.exitCode, -1) << "cannot start " << KVLNMOV_CLI;
-        return run;
-    }
-
     void demo() {
         ToolRun run = kvlnmov({"demo", database_});
         ASSERT_EQ(run.exitCode, 0) << run.err;
@@ -55,9 +38,6 @@ class VerifyToolTest : public ::testing::Test {
         ToolRun run = kvlnmov({"sql", database_, statement});
         ASSERT_EQ(run.exitCode, 0) << run.err;
     }
-
-    std::filesystem::path folder_;
-    std::string database_;
 };
 
 TEST_F(VerifyToolTest, TheDemoIsClean) {

@@ -274,23 +274,8 @@ class KilledSessionTest : public BooksUnderStressTest {
         auto connection = template_.connect();
         createCompany(*connection, *context_);
         // Entry 1 of 15 March, the one the session annuls.
-        auto header = std::make_shared<clsAsiento>();
-        header->Conexion(connection);
-        header->cEmpresa(context_);
-        header->Fecha(Date::ymd(2026, 3, 15));
-        header->Insertar();
-        for (const char* account : {"43000001", "70000001"}) {
-            auto line = std::make_shared<clsMov>();
-            line->cEmpresa(context_);
-            line->Asiento(header->Codigo());
-            line->Fecha_Asiento(Date::ymd(2026, 3, 15));
-            line->Cuenta(account);
-            if (account[0] == '4')
-                line->Debe(Currency::fromUnits(50));
-            else
-                line->Haber(Currency::fromUnits(50));
-            line->Insertar();
-        }
+        postEntry(connection, context_, Date::ymd(2026, 3, 15),
+                  {{"43000001", Currency::fromUnits(50)}, {"70000001", Currency::fromUnits(-50)}});
         resetLibrary();
     }
 

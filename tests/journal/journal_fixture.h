@@ -6,12 +6,16 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/context.h"
 #include "kvlnmov/frame/library.h"
 #include "kvlnmov/frame/regional.h"
+#include "kvlnmov/journal/cls_asiento.h"
+#include "kvlnmov/journal/cls_mov.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::testing {
@@ -40,6 +44,33 @@ inline void createCompany(db::Connection& connection, const SettableContext& con
         "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
         "FechaFin, LongitudesNivel) VALUES (1, 2026, 0, '01/01/2026', '31/12/2026', '" +
         levels + "')");
+}
+
+/// Posts an entry dated `date` through the library: its header, then one line per account
+/// and amount (a positive amount is a debit, a negative one a credit). Returns its number.
+inline std::int32_t postEntry(const db::ConnectionRef& connection, const cEmpresaRef& context,
+                              Date date,
+                              const std::vector<std::pair<std::string, Currency>>& lines) {
+    auto header = std::make_shared<clsAsiento>();
+    header->Conexion(connection);
+    header->cEmpresa(context);
+    header->Fecha(date);
+    header->Insertar();
+    for (const auto& [account, amount] : lines) {
+        auto line = std::make_shared<clsMov>();
+        line->cEmpresa(context);
+        line->Asiento(header->Codigo());
+        line->Fecha_Asiento(date);
+        line->Fecha(date);
+        line->Cuenta(account);
+        if (amount.raw() >= 0) {
+            line->Debe(amount);
+        } else {
+            line->Haber(-amount);
+        }
+        line->Insertar();
+    }
+    return header->Codigo();
 }
 
 /// Library state reset, a quiet user interface, and a connection to a fresh company database.

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "journal/journal_fixture.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/context.h"
 #include "kvlnmov/frame/library.h"
@@ -75,45 +76,17 @@ class HostileTextTest : public ::testing::Test {
         setUserInterface(ui_);
         database_ = std::make_unique<TestDatabase>();
         connection_ = database_->connect();
-        connection_->createCompanySchema();
-        connection_->Execute(
-            "INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (1, 'Empresa', 0)");
-        connection_->Execute(
-            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-            "FechaFin) VALUES (1, 2026, 0, '01/01/2026', '31/12/2026')");
+        context_ = exerciseContext();
+        context_->values["UsuarioActual"] = Variant("1");
+        createCompany(*connection_, *context_);
         connection_->Execute(
             "INSERT INTO SGD_Usuarios (Codigo, Nombre, Alias, Password, AccesoCentral, ForzarPass) "
             "VALUES (1, 'Administrador', 'admin', 'secreto', 1, 0)");
         connection_->Execute(
             "INSERT INTO SGD_Usuarios_Grupos (CodUsuario, CodGrupo) VALUES (1, 1)");
-        context_ = std::make_shared<SettableContext>();
-        context_->company = 1;
-        context_->exercise = 2026;
-        context_->firstDay = Date::ymd(2026, 1, 1);
-        context_->lastDay = Date::ymd(2026, 12, 31);
-        context_->levelLengths = {1, 2, 3, 4, 8};
-        context_->values["UsuarioActual"] = Variant("1");
-
-        auto header = std::make_shared<clsAsiento>();
-        header->Conexion(connection_);
-        header->cEmpresa(context_);
-        header->Fecha(Date::ymd(2026, 3, 15));
-        header->Insertar();
-        for (const char* account : {"43000001", "70000001"}) {
-            auto line = std::make_shared<clsMov>();
-            line->cEmpresa(context_);
-            line->Asiento(header->Codigo());
-            line->Fecha_Asiento(Date::ymd(2026, 3, 15));
-            line->Fecha(Date::ymd(2026, 3, 15));
-            line->Cuenta(account);
-            line->Concepto("Factura 1");
-            if (account[0] == '4') {
-                line->Debe(Currency::fromUnits(100));
-            } else {
-                line->Haber(Currency::fromUnits(100));
-            }
-            line->Insertar();
-        }
+        postEntry(
+            connection_, context_, Date::ymd(2026, 3, 15),
+            {{"43000001", Currency::fromUnits(100)}, {"70000001", Currency::fromUnits(-100)}});
         auto sales = std::make_shared<clsConcepto>();
         sales->cEmpresa(context_);
         sales->Codigo("VTA");
