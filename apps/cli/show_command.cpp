@@ -79,7 +79,7 @@ int runShow(const ShowOptions& options) {
     if (options.entry <= 0) throw UsageError{"ENTRY must be an entry number above 0"};
 
     const db::ConnectionRef connection =
-        db::openConnection("Provider=SQLite;Mode=Read;Data Source=" + options.database);
+        db::openConnection("Provider=SQLite;Data Source=" + options.database);
     offerConnection(connection);
     std::int16_t company = static_cast<std::int16_t>(options.company);
     std::int16_t exercise = static_cast<std::int16_t>(options.exercise);

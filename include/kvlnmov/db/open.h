@@ -14,7 +14,9 @@ namespace kvlnmov::db {
 ///   journal mode, so readers never wait for a writer; the mode is switched when the schema is
 ///   created or a database that holds data is opened, never on an empty file or one opened
 ///   only for reading. "Mode=Read" opens an existing file for reading only (a missing file is
-///   an error, any change fails); a file the process may not write is read all the same.
+///   an error, any change fails; on a WAL database SQLite may leave its -wal and -shm files
+///   beside it, as a reader cannot remove them); a file the process may not write is read all
+///   the same.
 ///   A statement that waits longer than the busy timeout (default 5000 ms)
 ///   for another connection's lock fails with -2147217871 "Query timeout expired". Date texts
 ///   in statements are read in the day/month order of the library-wide regional settings.
