@@ -26,7 +26,8 @@ build=build-fuzz
 out="$build/fuzz"
 binary="$out/kvlnmov_translate_fuzzer"
 
-# clang and its libFuzzer runtime: the newest installed clang that links a fuzz target.
+# clang and its libFuzzer runtime: the default clang, else the newest versioned one, that links
+# a fuzz target.
 cc=""
 cxx=""
 probe="$(mktemp -d)"

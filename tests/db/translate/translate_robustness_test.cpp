@@ -196,6 +196,11 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"SELECT COUNT(*) FROM Movimientos GROUP BY 1 + 1", kSyntax,
                   "Each GROUP BY expression must contain at least one column that is not an "
                   "outer reference."},
+        // Only a bare whole number names a select list item.
+        ErrorCase{"SELECT Cuenta FROM Movimientos ORDER BY 'a'", kSyntax,
+                  "A constant expression was encountered in the ORDER BY list, position 1."},
+        ErrorCase{"SELECT Cuenta FROM Movimientos ORDER BY Cuenta, -1", kSyntax,
+                  "A constant expression was encountered in the ORDER BY list, position 2."},
         ErrorCase{"SELECT CAST(Cuenta AS VARCHAR(0)) FROM Movimientos", kSyntax,
                   "Length or precision specification 0 is invalid."},
         ErrorCase{"SELECT CAST(Cuenta AS VARCHAR(8001)) FROM Movimientos", kSyntax,

@@ -303,8 +303,17 @@ void Binder::bindSelect(SelectStmt& select, const Scope* outer, bool nested) {
 }
 
 void Binder::bindOrderBy(SelectStmt& select, const Scope& scope) {
-    for (OrderItem& item : select.orderBy) {
+    for (std::size_t position = 0; position < select.orderBy.size(); ++position) {
+        OrderItem& item = select.orderBy[position];
         Expr& expr = *item.expr;
+        if (expr.kind == ExprKind::Literal) {
+            // Only a bare whole number names a select list item; any other literal would
+            // order nothing (SQLite would sort by the bound value).
+            throw errors_.syntax(
+                "A constant expression was encountered in the ORDER BY list, "
+                "position " +
+                std::to_string(position + 1) + ".");
+        }
         if (expr.kind == ExprKind::OutputRef) {
             if (expr.position < 1 || expr.position > static_cast<int>(select.items.size())) {
                 throw errors_.syntax("The ORDER BY position number " +
