@@ -8,6 +8,10 @@
 #                                     KVLNMOV_TEST_MSSQL holds a connection string)
 #   scripts/build.sh test --sanitize  the same, built with AddressSanitizer and UBSan
 #
+# The test command also fuzzes the T-SQL translator for a short, bounded time
+# (scripts/fuzz.sh, when clang with libFuzzer is installed; KVLNMOV_FUZZ_SECONDS, default
+# 20, 0 to skip).
+#
 # Missing Debian packages are installed with apt-get when run as root (otherwise the script
 # names them and stops).
 set -euo pipefail
@@ -100,6 +104,18 @@ if [[ -n "${KVLNMOV_TEST_MSSQL:-}" ]]; then
         status=1
 else
     echo "SQL Server pass skipped: KVLNMOV_TEST_MSSQL names no server"
+fi
+# A short fuzzing run of the translator; its log is printed whole only on a finding.
+fuzz_seconds="${KVLNMOV_FUZZ_SECONDS:-20}"
+if ((fuzz_seconds > 0)); then
+    echo "== the T-SQL translator fuzzed for ${fuzz_seconds}s (log: build-fuzz/fuzz.log)"
+    mkdir -p build-fuzz
+    if scripts/fuzz.sh "$fuzz_seconds" >build-fuzz/fuzz.log 2>&1; then
+        grep '^fuzz: ' build-fuzz/fuzz.log | tail -1
+    else
+        cat build-fuzz/fuzz.log
+        status=1
+    fi
 fi
 echo "== scenarios, embedded SQLite provider"
 "$tool" run --provider sqlite tests/scenarios || status=1
