@@ -73,7 +73,13 @@ else
     build=build
     options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
 fi
-[[ "$mode" == demo ]] && options+=(-DKVLNMOV_BUILD_TESTS=OFF)
+# The demo needs no tests; the test command switches them back on in case a demo run
+# configured the same folder first.
+if [[ "$mode" == demo ]]; then
+    options+=(-DKVLNMOV_BUILD_TESTS=OFF)
+else
+    options+=(-DKVLNMOV_BUILD_TESTS=ON)
+fi
 
 cmake -S . -B "$build" "${options[@]}" >/dev/null
 cmake --build "$build" -j "$jobs"
