@@ -8,8 +8,8 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/context.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/context.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
 

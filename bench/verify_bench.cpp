@@ -20,9 +20,9 @@
 #include <vector>
 
 #include "kvlnmov/db/open.h"
-#include "kvlnmov/frame/context.h"
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/context.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/balance_verifier.h"
 
 namespace {

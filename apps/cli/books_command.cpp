@@ -15,7 +15,7 @@
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/currency.h"
-#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/core/empresa_context.h"
 #include "text_table.h"
 
 namespace kvlnmov::cli {

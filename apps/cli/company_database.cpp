@@ -4,8 +4,8 @@
 
 #include "commands.h"
 #include "kvlnmov/db/open.h"
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov::cli {
 

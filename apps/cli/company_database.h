@@ -9,7 +9,7 @@
 
 #include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/date.h"
-#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/core/empresa_context.h"
 
 namespace kvlnmov::cli {
 

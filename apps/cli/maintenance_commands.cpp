@@ -11,7 +11,7 @@
 #include "commands.h"
 #include "company_database.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/frame/enums.h"

@@ -9,8 +9,8 @@
 
 #include "commands.h"
 #include "kvlnmov/db/open.h"
-#include "kvlnmov/frame/empresa_context.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/empresa_context.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/viewer/entry_view.h"
 #include "text_table.h"
 

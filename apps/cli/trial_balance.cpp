@@ -4,7 +4,7 @@
 
 #include "commands.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "text_table.h"
 
 namespace kvlnmov::cli {

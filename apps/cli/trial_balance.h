@@ -6,7 +6,7 @@
 #include <ostream>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 
 namespace kvlnmov::cli {
 

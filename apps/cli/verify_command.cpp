@@ -10,8 +10,8 @@
 #include "commands.h"
 #include "company_database.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/empresa_context.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/empresa_context.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/journal/balance_verifier.h"
 
 namespace kvlnmov::cli {

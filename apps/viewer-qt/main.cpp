@@ -11,9 +11,9 @@
 #include <tuple>
 
 #include "kvlnmov/db/open.h"
-#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/core/empresa_context.h"
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/viewer/form_hook.h"
 #include "kvlnmov/viewer/frmcls_asiento_visor.h"
 #include "qt_form_hook.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kvlnmov/frame/user_interface.h"
+#include "kvlnmov/core/user_interface.h"
 
 namespace kvlnmov::viewer {
 

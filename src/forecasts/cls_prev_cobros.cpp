@@ -1,10 +1,10 @@
 #include "kvlnmov/forecasts/cls_prev_cobros.h"
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/identity.h"
-#include "kvlnmov/frame/obsolete.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/identity.h"
+#include "kvlnmov/core/obsolete.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

@@ -1,11 +1,11 @@
 #include "kvlnmov/forecasts/cls_prev_pagos.h"
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/identity.h"
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/obsolete.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/identity.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/obsolete.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

@@ -1,7 +1,7 @@
 #include "journal/open_exercise.h"
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov::journal {
 

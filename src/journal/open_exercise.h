@@ -3,7 +3,7 @@
 // Whether the working exercise accepts postings, as the line and entry classes ask it.
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 
 namespace kvlnmov::journal {
 

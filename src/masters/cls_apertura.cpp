@@ -1,8 +1,8 @@
 #include "kvlnmov/masters/cls_apertura.h"
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

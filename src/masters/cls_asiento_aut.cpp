@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

@@ -1,9 +1,9 @@
 #include "kvlnmov/masters/cls_concepto.h"
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/obsolete.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/obsolete.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

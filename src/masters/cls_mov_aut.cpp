@@ -1,9 +1,9 @@
 #include "kvlnmov/masters/cls_mov_aut.h"
 
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/identity.h"
-#include "kvlnmov/frame/obsolete.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/identity.h"
+#include "kvlnmov/core/obsolete.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 
 namespace kvlnmov::taxbooks {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/date.h"
 
 namespace kvlnmov::taxbooks {

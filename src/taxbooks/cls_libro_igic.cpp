@@ -1,8 +1,8 @@
 #include "kvlnmov/taxbooks/cls_libro_igic.h"
 
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/obsolete.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/obsolete.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "taxbooks/book_statements.h"
 

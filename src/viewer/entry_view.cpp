@@ -3,9 +3,9 @@
 #include <exception>
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/users/cls_usuario.h"
 
 namespace kvlnmov {

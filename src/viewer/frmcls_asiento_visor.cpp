@@ -1,7 +1,7 @@
 #include "kvlnmov/viewer/frmcls_asiento_visor.h"
 
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov {
 

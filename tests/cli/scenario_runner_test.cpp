@@ -9,7 +9,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov::scenario {
 namespace {

@@ -9,7 +9,7 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "support/tool_fixture.h"
 
 namespace kvlnmov::testing {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "kvlnmov/frame/empresa_context.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/empresa_context.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"

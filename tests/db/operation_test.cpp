@@ -14,7 +14,7 @@
 
 #include "db/sqlite/stray_quote.h"
 #include "frame/quoted_values.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "provider_fixture.h"
 
 namespace kvlnmov::db::testing {

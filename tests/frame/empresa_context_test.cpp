@@ -1,6 +1,6 @@
 // The context read from the company database.
 
-#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/core/empresa_context.h"
 
 #include <gtest/gtest.h>
 

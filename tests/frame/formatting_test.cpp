@@ -4,11 +4,11 @@
 
 #include <limits>
 
-#include "kvlnmov/frame/context.h"
-#include "kvlnmov/frame/funciones.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/context.h"
+#include "kvlnmov/core/funciones.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/regional.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 namespace {

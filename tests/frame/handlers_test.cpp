@@ -1,11 +1,11 @@
-#include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/core/handlers.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <stdexcept>
 
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "support/test_connection.h"
 
 namespace kvlnmov::registration {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "support/run_tool.h"
 
 namespace kvlnmov::testing {

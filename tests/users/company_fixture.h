@@ -15,8 +15,8 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/context.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/context.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/regional.h"
 #include "support/rows.h"
 #include "support/test_connection.h"

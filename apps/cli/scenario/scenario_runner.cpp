@@ -10,11 +10,11 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/regional.h"
-#include "kvlnmov/frame/user_interface.h"
+#include "kvlnmov/core/user_interface.h"
 #include "kvlnmov/registration/registry.h"
 #include "scenario/scenario_values.h"
 

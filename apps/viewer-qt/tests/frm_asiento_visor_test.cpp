@@ -15,8 +15,8 @@
 #include <memory>
 
 #include "kvlnmov/db/open.h"
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/user_interface.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/user_interface.h"
 #include "kvlnmov/viewer/frmcls_asiento_visor.h"
 #include "qt_form_hook.h"
 

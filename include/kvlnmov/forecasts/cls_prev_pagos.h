@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 

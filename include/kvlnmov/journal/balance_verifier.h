@@ -55,7 +55,7 @@
 #include <vector>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/currency.h"
 
 namespace kvlnmov {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "kvlnmov/db/command.h"
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/date.h"
 
 namespace kvlnmov {

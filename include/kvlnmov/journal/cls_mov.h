@@ -6,11 +6,11 @@
 #include <string>
 
 #include "kvlnmov/db/command.h"
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/frame/enums.h"
-#include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/core/handlers.h"
 
 namespace kvlnmov {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/currency.h"
 
 namespace kvlnmov {

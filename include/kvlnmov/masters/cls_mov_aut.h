@@ -5,7 +5,7 @@
 #include <string>
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/currency.h"
 
 namespace kvlnmov {

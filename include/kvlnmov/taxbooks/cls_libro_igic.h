@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/frame/enums.h"

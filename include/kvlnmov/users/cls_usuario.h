@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 #include "kvlnmov/frame/date.h"
 
 namespace kvlnmov {

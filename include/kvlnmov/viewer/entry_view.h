@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 
 namespace kvlnmov {
 

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/object.h"
 
 namespace kvlnmov {

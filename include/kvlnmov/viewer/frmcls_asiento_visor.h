@@ -6,7 +6,7 @@
 #include <string>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/object.h"
 #include "kvlnmov/viewer/form_hook.h"
 

@@ -5,9 +5,9 @@
 // no holes.
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/identity.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/identity.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
 #include "kvlnmov/journal/sii_book.h"

@@ -2,9 +2,9 @@
 
 #include "journal/open_exercise.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

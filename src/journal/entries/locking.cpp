@@ -1,8 +1,8 @@
 // The advisory lock an application takes on an entry while a user edits it, and the two
 // header edits.
 
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 
 namespace kvlnmov {

@@ -9,7 +9,7 @@
 
 #include "journal/verification/accumulation_rules.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {

@@ -2,8 +2,8 @@
 
 #include "journal/open_exercise.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/obsolete.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/obsolete.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

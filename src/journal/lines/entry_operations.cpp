@@ -2,7 +2,7 @@
 // moving them to another entry number, and moving an account range to another account.
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
 #include "kvlnmov/taxbooks/cls_libro_igic.h"

@@ -1,6 +1,6 @@
 // Changes to one or a few columns of a posted line without re-posting it.
 
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {

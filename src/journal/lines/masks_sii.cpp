@@ -4,8 +4,8 @@
 #include <cmath>
 #include <vector>
 
-#include "kvlnmov/frame/library.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {

@@ -2,7 +2,7 @@
 // records.
 
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {

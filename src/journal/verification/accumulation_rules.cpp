@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov::accumulation {
 

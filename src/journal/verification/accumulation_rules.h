@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/frame/variant.h"

@@ -3,8 +3,8 @@
 
 #include "journal/verification/balance_comparison.h"
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/balance_verifier.h"
 
 namespace kvlnmov {

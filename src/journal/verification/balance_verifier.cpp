@@ -13,8 +13,8 @@
 #include "journal/verification/balance_comparison.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/handlers.h"
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/handlers.h"
+#include "kvlnmov/core/sql_text.h"
 
 namespace kvlnmov {
 

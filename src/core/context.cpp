@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 
 #include <algorithm>
 #include <cctype>

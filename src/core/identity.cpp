@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/identity.h"
+#include "kvlnmov/core/identity.h"
 
 #include "kvlnmov/db/recordset.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "kvlnmov/frame/context.h"
+#include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 

@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/user_interface.h"
+#include "kvlnmov/core/user_interface.h"
 
 #include <iostream>
 

@@ -1,7 +1,7 @@
-#include "kvlnmov/frame/business_object.h"
+#include "kvlnmov/core/business_object.h"
 
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov {
 

@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/funciones.h"
-#include "kvlnmov/frame/user_interface.h"
+#include "kvlnmov/core/funciones.h"
+#include "kvlnmov/core/user_interface.h"
 
 namespace kvlnmov {
 

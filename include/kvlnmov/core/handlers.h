@@ -17,7 +17,7 @@
 
 #include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov {
 

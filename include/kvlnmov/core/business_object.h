@@ -3,8 +3,8 @@
 #include <memory>
 
 #include "kvlnmov/db/connection.h"
-#include "kvlnmov/frame/context.h"
-#include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/core/context.h"
+#include "kvlnmov/core/handlers.h"
 #include "kvlnmov/frame/object.h"
 
 namespace kvlnmov {

@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/empresa_context.h"
+#include "kvlnmov/core/empresa_context.h"
 
 #include <algorithm>
 #include <cctype>

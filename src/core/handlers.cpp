@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/handlers.h"
+#include "kvlnmov/core/handlers.h"
 
 #include <new>
 

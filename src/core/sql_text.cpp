@@ -1,10 +1,10 @@
-#include "kvlnmov/frame/sql_text.h"
+#include "kvlnmov/core/sql_text.h"
 
 #include <algorithm>
 #include <cctype>
 
 #include "frame/quoted_values.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/text.h"
 
 namespace kvlnmov::sql {

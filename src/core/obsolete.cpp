@@ -1,7 +1,7 @@
-#include "kvlnmov/frame/obsolete.h"
+#include "kvlnmov/core/obsolete.h"
 
 #include "kvlnmov/frame/error.h"
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov {
 

@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/library.h"
+#include "kvlnmov/core/library.h"
 
 namespace kvlnmov {
 

@@ -1,4 +1,4 @@
-#include "kvlnmov/frame/funciones.h"
+#include "kvlnmov/core/funciones.h"
 
 #include <charconv>
 #include <cmath>
