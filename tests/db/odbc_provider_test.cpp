@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "db/odbc/odbc_connection.h"
+#include "db/odbc/odbc_cursor.h"
 #include "db/odbc/odbc_error.h"
-#include "db/odbc/sqlite_dialect.h"
+#include "db/odbc_sqlite/sqlite_dialect.h"
 #include "kvlnmov/db/command.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"

@@ -1,13 +1,14 @@
 #pragma once
 
 // The ODBC provider's connection: statements go to the driver unchanged (T-SQL for SQL
-// Server), or through the SQLite dialect layer when the database behind the driver is SQLite.
+// Server), or through a dialect (db/odbc/odbc_dialect.h) when the database behind the driver
+// is SQLite.
 
 #include <memory>
 #include <string>
 
 #include "db/odbc/odbc_link.h"
-#include "db/odbc/sqlite_dialect.h"
+#include "db/odbc/odbc_dialect.h"
 #include "kvlnmov/db/connection.h"
 
 namespace kvlnmov::db::odbc {
@@ -16,7 +17,7 @@ class OdbcConnection final : public Connection {
   public:
     /// `connectionString` is what the caller gave; `driverConnectionString` goes to the driver.
     OdbcConnection(std::string connectionString, const std::string& driverConnectionString,
-                   Dialect dialect);
+                   Dialect dialect, const DialectSeam& seam);
     ~OdbcConnection() override;
 
     std::string providerName() const override;
@@ -43,21 +44,9 @@ class OdbcConnection final : public Connection {
     // Declared first so that it disconnects last.
     OdbcLink link_;
     /// Present under the SQLite dialect.
-    std::unique_ptr<SqliteDialect> sqlite_;
+    std::unique_ptr<OdbcDialect> dialect_;
+    std::function<Error(std::string_view, std::size_t, const std::string&)> strayQuote_;
     bool inTransaction_ = false;
 };
-
-/// A cursor over the current result of `statement`, each column typed by the driver's
-/// description of it (bit -> Boolean, tinyint -> Byte, smallint -> Integer, int -> Long,
-/// money/decimal/numeric -> Currency read exactly from text, float/real -> Double,
-/// datetime/date -> Date, character types -> String).
-std::unique_ptr<Cursor> makeDescribedCursor(std::unique_ptr<OdbcStatement> statement);
-
-/// An exact amount from the text a driver gives for a decimal, numeric or money value
-/// ("1234.5000", "-0.1"); more than four decimals are rounded half to even. Raises
-/// -2147217913 for a text that is not a number.
-Variant currencyFromText(std::string_view text, const std::string& source);
-
-/// The cursor of a statement that returns no rows.
 
 }  // namespace kvlnmov::db::odbc

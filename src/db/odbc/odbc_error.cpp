@@ -1,6 +1,6 @@
 #include "db/odbc/odbc_error.h"
 
-#include "db/sqlite/sqlite_error.h"
+#include "db/provider_error.h"
 
 namespace kvlnmov::db::odbc {
 
@@ -35,7 +35,7 @@ Error odbcError(const std::vector<Diagnostic>& diagnostics, Dialect dialect,
         // The SQLite driver ends its messages with the result code in parentheses.
         const std::string suffix = " (" + std::to_string(first.nativeError) + ")";
         if (description.ends_with(suffix)) description.resize(description.size() - suffix.size());
-        return sqlite::sqliteError(first.nativeError, description, source, operation);
+        return sqliteResultError(first.nativeError, description, source, operation);
     }
     return Error(errorNumberFor(first.sqlState), source, std::move(description), first.nativeError);
 }

@@ -98,7 +98,7 @@ OdbcStatement::OdbcStatement(const OdbcLink& link) : link_(link) {
 
 OdbcStatement::~OdbcStatement() { SQLFreeHandle(SQL_HANDLE_STMT, statement_); }
 
-bool OdbcStatement::execute(const std::string& sql, const std::vector<sqlite::SqlValue>& values,
+bool OdbcStatement::execute(const std::string& sql, const std::vector<SqlValue>& values,
                             std::string_view operation) {
     SQLFreeStmt(statement_, SQL_CLOSE);
     SQLFreeStmt(statement_, SQL_RESET_PARAMS);
@@ -106,7 +106,7 @@ bool OdbcStatement::execute(const std::string& sql, const std::vector<sqlite::Sq
     indicators_.assign(bound_.size(), 0);
     for (std::size_t i = 0; i < bound_.size(); ++i) {
         const auto number = static_cast<SQLUSMALLINT>(i + 1);
-        sqlite::SqlValue& value = bound_[i];
+        SqlValue& value = bound_[i];
         SQLLEN& indicator = indicators_[i];
         SQLRETURN result;
         if (auto* integer = std::get_if<std::int64_t>(&value)) {

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "db/odbc/odbc_error.h"
-#include "db/sqlite/translate/translator.h"
+#include "db/sql_value.h"
 
 namespace kvlnmov::db::odbc {
 
@@ -68,7 +68,7 @@ class OdbcStatement {
 
     /// Runs `sql` with `values` bound to its "?" markers in order. Returns false when the
     /// driver answered SQL_NO_DATA (a change that matched no row).
-    bool execute(const std::string& sql, const std::vector<sqlite::SqlValue>& values = {},
+    bool execute(const std::string& sql, const std::vector<SqlValue>& values = {},
                  std::string_view operation = "INSERT");
     /// Columns of the current result (0 for a statement that returns none).
     int columnCount();
@@ -87,7 +87,7 @@ class OdbcStatement {
     const OdbcLink& link_;
     SQLHSTMT statement_ = SQL_NULL_HSTMT;
     /// Bound values: SQL_C_SBIGINT, SQL_C_DOUBLE and SQL_C_CHAR buffers with their indicators.
-    std::vector<sqlite::SqlValue> bound_;
+    std::vector<SqlValue> bound_;
     std::vector<SQLLEN> indicators_;
 };
 

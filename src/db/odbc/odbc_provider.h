@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "db/odbc/odbc_dialect.h"
 #include "kvlnmov/db/connection.h"
 
 namespace kvlnmov::db::odbc {
@@ -19,7 +20,8 @@ inline constexpr const char* kProviderName = "kvlnmov ODBC provider";
 /// every statement is translated from T-SQL and the numbering procedures run in the
 /// provider) and "Provider". Raises the driver's error (source kProviderName) when the
 /// driver cannot connect, and -2147467259 (source "ADODB.Connection") for an unknown dialect.
-ConnectionRef openOdbcConnection(std::string connectionString);
+/// `seam` brings the SQLite dialect and SQL Server's stray-quote error.
+ConnectionRef openOdbcConnection(std::string connectionString, const DialectSeam& seam);
 
 /// `connectionString` without the keys named in `keys` (compared without regard to case).
 std::string withoutKeys(std::string_view connectionString, const std::vector<std::string>& keys);

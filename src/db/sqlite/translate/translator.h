@@ -12,12 +12,13 @@
 #include <variant>
 #include <vector>
 
+#include "db/sql_value.h"
 #include "kvlnmov/schema/schema.h"
 
 namespace kvlnmov::db::sqlite {
 
 /// A value bound to a SQLite statement parameter.
-using SqlValue = std::variant<std::monostate, std::int64_t, double, std::string>;
+using SqlValue = db::SqlValue;
 
 /// What the translator knows of the database's tables.
 class Catalog {

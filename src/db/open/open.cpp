@@ -7,6 +7,7 @@
 #include "db/sqlite/sqlite_provider.h"
 #ifdef KVLNMOV_WITH_ODBC
 #include "db/odbc/odbc_provider.h"
+#include "db/odbc_sqlite/dialect_seam.h"
 #include "kvlnmov/frame/text.h"
 #endif
 
@@ -43,7 +44,7 @@ ConnectionRef openConnection(std::string_view connectionString) {
     // "Driver=...;Server=...").
     if (provider.empty() || text::equalsIgnoringCase(provider, "MSDASQL")) {
 #ifdef KVLNMOV_WITH_ODBC
-        return odbc::openOdbcConnection(std::string(connectionString));
+        return odbc::openOdbcConnection(std::string(connectionString), odbc::translatorSeam());
 #else
         throw openError("This build has no ODBC provider: only Provider=SQLite connects.");
 #endif

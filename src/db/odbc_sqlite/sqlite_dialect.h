@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "db/odbc/odbc_dialect.h"
 #include "db/odbc/odbc_link.h"
 #include "db/sqlite/procedures.h"
 #include "db/sqlite/translate/translator.h"
@@ -26,26 +27,28 @@ namespace kvlnmov::db::odbc {
 std::pair<std::string, std::vector<sqlite::SqlValue>> positionalMarkers(
     const std::string& sql, const std::vector<sqlite::SqlValue>& values);
 
-class SqliteDialect final : public sqlite::ProcedureHost, public sqlite::Catalog {
+class SqliteDialect final : public OdbcDialect,
+                            public sqlite::ProcedureHost,
+                            public sqlite::Catalog {
   public:
     explicit SqliteDialect(const OdbcLink& link);
     ~SqliteDialect() override;
 
-    std::int32_t execute(std::string_view text);
-    std::unique_ptr<Cursor> open(std::string_view text);
-    void callProcedure(const std::string& name, ParameterList& parameters);
-    void createCompanySchema();
+    std::int32_t execute(std::string_view text) override;
+    std::unique_ptr<Cursor> open(std::string_view text) override;
+    void callProcedure(const std::string& name, ParameterList& parameters) override;
+    void createCompanySchema() override;
     /// Caller-held transactions as the embedded provider holds them: BEGIN IMMEDIATE takes
     /// the write lock at once.
-    void beginTransaction();
-    void commitTransaction();
-    void rollbackTransaction();
+    void beginTransaction() override;
+    void commitTransaction() override;
+    void rollbackTransaction() override;
     /// A library operation's write transaction: BEGIN IMMEDIATE, or a savepoint inside the
     /// caller's transaction; committed (undone and raised on failure) by `commitOperation`.
-    void beginOperation();
-    void commitOperation();
+    void beginOperation() override;
+    void commitOperation() override;
     /// The error translating `text` gives, else the server's syntax error at the stray quote.
-    Error strayQuoteError(std::string_view text, std::size_t quoteOffset);
+    Error strayQuoteError(std::string_view text, std::size_t quoteOffset) override;
 
     std::int64_t executeNative(const std::string& sql,
                                const std::vector<sqlite::SqlValue>& parameters) override;

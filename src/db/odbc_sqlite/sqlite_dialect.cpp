@@ -1,9 +1,9 @@
-#include "db/odbc/sqlite_dialect.h"
+#include "db/odbc_sqlite/sqlite_dialect.h"
 
 #include <cctype>
 #include <limits>
 
-#include "db/odbc/odbc_connection.h"
+#include "db/odbc/odbc_cursor.h"
 #include "db/odbc/odbc_provider.h"
 #include "db/sqlite/result_value.h"
 #include "db/sqlite/stray_quote.h"
