@@ -10,14 +10,14 @@ if(KVLNMOV_SANITIZE)
 endif()
 
 # kvlnmov_add_test(name SOURCES a.cpp b.cpp LIBS lib1 lib2 [DATABASE])
-# DATABASE labels the test's cases "database": they open their connections through
-# tests/support/test_connection.h, so the test command runs them once per provider
+# Links the test support (tests/support, the fixtures). DATABASE labels the test's cases
+# "database": they open their connections through tests/support/test_connection.h, so the test command runs them once per provider
 # (ctest -L database with KVLNMOV_TEST_PROVIDER set).
 function(kvlnmov_add_test name)
     cmake_parse_arguments(ARG "DATABASE" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gtest_main kvlnmov_warnings)
-    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kvlnmov_test_support GTest::gtest
+                          GTest::gtest_main kvlnmov_warnings)
     set(labels "")
     if(ARG_DATABASE)
         set(labels database)

@@ -5,36 +5,24 @@
 #include "commands.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/core/library.h"
-#include "kvlnmov/core/sql_text.h"
+#include "kvlnmov/core/company_seed.h"
 
 namespace kvlnmov::cli {
 
 namespace {
 
-/// A text literal for T-SQL, quotes doubled.
-std::string quoted(const std::string& text) {
-    std::string result = "'";
-    for (char c : text) {
-        result += c;
-        if (c == '\'') result += '\'';
-    }
-    return result + "'";
-}
-
-// The schema, the company and its open exercise. Dates are written in the regional short
-// form, as the library writes them, which every provider reads (SQL Server under the session's
-// DATEFORMAT).
+// The schema, the company and its open exercise.
 void fillCompanyDatabase(db::Connection& connection, const CompanySetup& setup) {
-    connection.createCompanySchema();
-    connection.Execute("INSERT INTO Empresas (Codigo, Nombre, OficinaCentral) VALUES (" +
-                       std::to_string(setup.company) + ", " + quoted(setup.name) + ", 0)");
-    connection.Execute(
-        "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-        "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
-        std::to_string(setup.company) + ", " + std::to_string(setup.exercise) + ", 0, '" +
-        sql::date(setup.firstDay) + "', '" + sql::date(setup.lastDay) + "', " +
-        quoted(setup.levels) + ", " + std::to_string(setup.numbering) + ", " +
-        std::to_string(setup.tax) + ")");
+    CompanySeed seed;
+    seed.company = static_cast<std::int16_t>(setup.company);
+    seed.exercise = static_cast<std::int16_t>(setup.exercise);
+    seed.name = setup.name;
+    seed.firstDay = setup.firstDay;
+    seed.lastDay = setup.lastDay;
+    seed.levels = setup.levels;
+    seed.numbering = static_cast<std::int16_t>(setup.numbering);
+    seed.tax = static_cast<std::int16_t>(setup.tax);
+    seedCompany(connection, seed);
 }
 
 }  // namespace

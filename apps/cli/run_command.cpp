@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "commands.h"
-#include "scenario/scenario_runner.h"
-#include "support/test_connection.h"
+#include "kvlnmov/scenario/scenario_runner.h"
+#include "kvlnmov/scenario/scratch_database.h"
 
 namespace kvlnmov::cli {
 
@@ -20,15 +20,13 @@ struct RunOptions {
 };
 
 int runScenarios(const RunOptions& options) {
-    using kvlnmov::testing::TestProvider;
-    // The scenarios' databases come from the same place as the test suites' ones.
-    TestProvider provider = kvlnmov::testing::testProvider();
-    if (options.provider == "sqlite") provider = TestProvider::Sqlite;
-    if (options.provider == "odbc") provider = TestProvider::Odbc;
-    if (options.provider == "mssql") provider = TestProvider::SqlServer;
+    // --provider, else KVLNMOV_TEST_PROVIDER (as the test suites choose), else sqlite.
+    const scenario::ScratchProvider provider =
+        options.provider.empty() ? scenario::scratchProviderFromEnvironment()
+                                 : scenario::scratchProvider(options.provider);
     std::vector<std::filesystem::path> files(options.paths.begin(), options.paths.end());
     return scenario::runAll(files, std::cout, std::cerr,
-                            [provider] { return kvlnmov::testing::openFreshDatabase(provider); });
+                            [provider] { return scenario::openScratchDatabase(provider); });
 }
 
 }  // namespace

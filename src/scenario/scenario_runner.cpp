@@ -1,4 +1,4 @@
-#include "scenario/scenario_runner.h"
+#include "kvlnmov/scenario/scenario_runner.h"
 
 #include <algorithm>
 #include <fstream>
@@ -10,6 +10,7 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
+#include "kvlnmov/core/company_seed.h"
 #include "kvlnmov/core/context.h"
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/core/library.h"
@@ -299,18 +300,16 @@ class Runner {
         context_ = makeContext(file_["context"], where_ + " context");
         connection_ = freshDatabase_ ? freshDatabase_()
                                      : db::openConnection("Provider=SQLite;Data Source=:memory:");
-        connection_->createCompanySchema();
-        bool open = !file_.contains("exercise_open") || file_["exercise_open"].get<bool>();
-        connection_->Execute("INSERT INTO Empresas (Codigo, Nombre) VALUES (" +
-                             std::to_string(context_->company) + ", 'Empresa de pruebas')");
-        connection_->Execute(
-            "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-            "FechaFin, LongitudesNivel, TipoNumeracion, TipoImpuesto) VALUES (" +
-            std::to_string(context_->company) + ", " + std::to_string(context_->exercise) + ", " +
-            (open ? "0" : "1") + ", '" + context_->firstDay.toIso() + "', '" +
-            context_->lastDay.toIso() + "', '" + joinLevels(context_->levelLengths) + "', " +
-            std::to_string(context_->numberingScheme) + ", " + std::to_string(context_->taxKind) +
-            ")");
+        CompanySeed seed;
+        seed.company = context_->company;
+        seed.exercise = context_->exercise;
+        seed.open = !file_.contains("exercise_open") || file_["exercise_open"].get<bool>();
+        seed.firstDay = context_->firstDay;
+        seed.lastDay = context_->lastDay;
+        seed.levels = joinLevels(context_->levelLengths);
+        seed.numbering = context_->numberingScheme;
+        seed.tax = context_->taxKind;
+        seedCompany(*connection_, seed);
         recorder_ = std::make_shared<Recorder>();
         connection_->addObserver(recorder_);
     }

@@ -1,6 +1,6 @@
 // The scenario runner reports exactly what failed, and refuses files it cannot trust.
 
-#include "scenario/scenario_runner.h"
+#include "kvlnmov/scenario/scenario_runner.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
