@@ -8,6 +8,7 @@
 
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
+#include "kvlnmov/core/company_seed.h"
 #include "kvlnmov/core/context.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/journal/cls_asiento.h"
@@ -27,10 +28,7 @@ Company openCompany() {
     resetLibrary();
     Company company;
     company.connection = db::openConnection("Provider=SQLite;Data Source=:memory:");
-    company.connection->createCompanySchema();
-    company.connection->Execute(
-        "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-        "FechaFin) VALUES (1, 2026, 0, '01/01/2026', '31/12/2026')");
+    seedCompany(*company.connection, CompanySeed{});
     company.context = std::make_shared<SettableContext>();
     company.context->exercise = 2026;
     company.context->firstDay = Date::ymd(2026, 1, 1);

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "kvlnmov/db/open.h"
+#include "kvlnmov/core/company_seed.h"
 #include "kvlnmov/core/context.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/core/sql_text.h"
@@ -101,12 +102,9 @@ void writeBalances(db::Connection& connection, const std::map<std::string, Cells
 /// Writes the book into `file`.
 void buildBook(const std::string& file) {
     auto connection = db::openConnection("Provider=SQLite;Data Source=" + file);
-    connection->createCompanySchema();
-    connection->Execute("INSERT INTO Empresas (Codigo, Nombre) VALUES (1, 'Banco de pruebas')");
-    connection->Execute(
-        "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, Estado, FechaInicio, "
-        "FechaFin, LongitudesNivel) VALUES (1, 2026, 0, '01/01/2026', '31/12/2026', "
-        "'1,2,3,4,8')");
+    CompanySeed seed;
+    seed.name = "Banco de pruebas";
+    seedCompany(*connection, seed);
 
     // 3,000 posting accounts under about 600 four-digit summary accounts of groups 1 to 7.
     std::vector<std::string> accounts;

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "frame/quoted_values.h"
+#include "kvlnmov/frame/quoted_values.h"
 
 namespace kvlnmov {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
-#include "frame/quoted_values.h"
+#include "kvlnmov/frame/quoted_values.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/text.h"
 

@@ -1,4 +1,4 @@
-#include "frame/quoted_values.h"
+#include "kvlnmov/frame/quoted_values.h"
 
 #include <algorithm>
 #include <vector>

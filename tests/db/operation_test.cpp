@@ -13,7 +13,7 @@
 #include <fstream>
 
 #include "db/sqlite/stray_quote.h"
-#include "frame/quoted_values.h"
+#include "kvlnmov/frame/quoted_values.h"
 #include "kvlnmov/core/sql_text.h"
 #include "provider_fixture.h"
 
