@@ -8,7 +8,7 @@ writes OUT/corpus/ (one statement per file, named by its hash) from
   - the SQL statements written as string literals in the C++ tests under tests/,
   - the curated seeds of fuzz/seeds/,
 and OUT/tsql.dict: fuzz/tsql.dict plus the table and column names of the company schema
-(src/schema/schema.cpp).
+(src/schema/tables.cpp).
 """
 
 import hashlib
@@ -97,7 +97,7 @@ def curated_statements():
 
 
 def schema_names():
-    source = (ROOT / "src" / "schema" / "schema.cpp").read_text(encoding="utf-8")
+    source = (ROOT / "src" / "schema" / "tables.cpp").read_text(encoding="utf-8")
     names = set(re.findall(r'table\(\s*"(\w+)"', source))
     names |= set(re.findall(r'col\(\s*"(\w+)"', source))
     return sorted(names)
