@@ -202,7 +202,7 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"SELECT Cuenta FROM Movimientos ORDER BY Cuenta, -1", kSyntax,
                   "A constant expression was encountered in the ORDER BY list, position 2."},
         ErrorCase{"SELECT CAST(Cuenta AS VARCHAR(0)) FROM Movimientos", kSyntax,
-                  "Length or precision specification 0 is invalid."},
+                  "A length or precision of 0 is invalid."},
         ErrorCase{"SELECT CAST(Cuenta AS VARCHAR(8001)) FROM Movimientos", kSyntax,
                   "The size (8001) given to the type 'varchar' exceeds the maximum allowed for "
                   "any data type (8000)."},

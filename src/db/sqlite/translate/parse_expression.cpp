@@ -340,7 +340,7 @@ Type Parser::parseTypeName() {
                 const bool national = name[0] == 'N';
                 const int limit = national ? 4000 : 8000;
                 if (type.length == 0) {
-                    throw errors_.syntax("Length or precision specification 0 is invalid.");
+                    throw errors_.syntax("A length or precision of 0 is invalid.");
                 }
                 if (type.length > limit) {
                     throw errors_.syntax("The size (" + std::to_string(type.length) +
