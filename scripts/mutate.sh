@@ -4,6 +4,8 @@
 # when a suite fails, survives when all pass, and is "not built" when it does not compile.
 #
 #   scripts/mutate.sh [FILTER]     only the mutants whose name contains FILTER
+#   MUTATE_RESUME=1 scripts/mutate.sh   keeps the log of an interrupted run and plants only
+#                                        the mutants it does not name yet
 #
 # Builds in build-mutate (-O1, no debug information, so that a rebuild is quick). The source
 # tree must have no uncommitted change under src/; every mutated file is restored, also when
@@ -83,24 +85,32 @@ build_all || { echo "mutate: the unmutated tree does not build (see $build/build
 echo "mutate: the unmutated tree must pass every suite first"
 suites || { echo "mutate: the unmutated tree fails a suite; fix that first" >&2; exit 1; }
 
-killed=0 survived=0 unbuilt=0
-: >"$log"
+if [[ "${MUTATE_RESUME:-}" != 1 ]]; then : >"$log"; fi
+touch "$log"
 for name in "${names[@]}"; do
+    if grep -qF -- " $name (" "$log"; then continue; fi
     file=$(apply "$name")
     if ! build_all; then
         result="not built"
-        unbuilt=$((unbuilt + 1))
     elif suites; then
         result="SURVIVED"
-        survived=$((survived + 1))
     else
         result="killed"
-        killed=$((killed + 1))
     fi
     restore
     printf '%-9s %s (%s)\n' "$result" "$name" "$file" | tee -a "$log"
 done
 build_all || true
+# The tally reads the log, so that a resumed run counts the mutants of its earlier part.
+count() {
+    local n=0 name line
+    for name in "${names[@]}"; do
+        line=$(grep -F -- " $name (" "$log" | tail -n 1)
+        if [[ "$line" == "$1 "* ]]; then n=$((n + 1)); fi
+    done
+    echo "$n"
+}
+killed=$(count killed) survived=$(count SURVIVED) unbuilt=$(count "not built")
 total=${#names[@]}
 echo "mutate: $killed killed / $total mutants ($survived survived, $unbuilt not built)" | tee -a "$log"
 ((survived == 0 && unbuilt == 0))
