@@ -34,6 +34,7 @@ const Shape kCallerStatements[] = {
     {Kind::Select, "select [Codigo], [Nombre] from dbo.[Conceptos] with (nolock) where 1 = 1"},
     {Kind::Select, "SELECT Nombre = c.Nombre, Total = 1 FROM Conceptos c"},
     {Kind::Select, "SELECT N'Añadido' AS Texto, 'It''s' + ' ok'"},
+    {Kind::Select, "SELECT Apunte FROM Movimientos WHERE Dpto != 1 AND Debe !< 0 AND Haber !> 5"},
     {Kind::Select,
      "SELECT DISTINCT TOP 10 a.Cuenta FROM Movimientos a RIGHT JOIN Cuentas c ON c.Cuenta = "
      "a.Cuenta CROSS JOIN Empresas e WHERE NOT EXISTS (SELECT 1 FROM Acumulados x WHERE "
