@@ -118,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "Arithmetic overflow error converting numeric to data type money."},
         ErrorCase{"INSERT INTO Movimientos (Concepto) VALUES ('" + std::string(61, 'x') + "')",
                   errc::kDataOverflow, "String or binary data would be truncated."},
-        ErrorCase{"UPDATE Movimientos SET Dpto = 40000", errc::kDataOverflow,
+        ErrorCase{"UPDATE Movimientos SET Dpto = 32768", errc::kDataOverflow,
                   "Arithmetic overflow error converting expression to data type smallint."},
         ErrorCase{"UPDATE Conceptos SET Impuestos = 256", errc::kDataOverflow,
                   "Arithmetic overflow error converting expression to data type tinyint."},

@@ -119,6 +119,8 @@ TEST_F(OnSqlite, GroupingHavingAndInsertSelect) {
     addLine(5, 1, "43000001", "10");
     addLine(5, 2, "43000001", "5.5");
     addLine(6, 3, "70000000", "1");
+    EXPECT_EQ(run("SELECT DISTINCT Cuenta FROM Movimientos ORDER BY Cuenta"),
+              (std::vector<Row>{{"43000001"}, {"70000000"}}));
     EXPECT_EQ(run("SELECT Cuenta, SUM(Debe) AS Total, COUNT(*) FROM Movimientos GROUP BY Cuenta "
                   "HAVING SUM(Debe) > 2 ORDER BY Total DESC"),
               (std::vector<Row>{{"43000001", "155000", "2"}}));
