@@ -1,6 +1,6 @@
 // The ODBC provider: how driver diagnostics become errors, the texts it sends, and the
-// provider end to end against the SQLite ODBC driver, both with statements passed through
-// as written and under the SQLite dialect.
+// provider end to end against the SQLite ODBC driver with statements passed through as
+// written.
 
 #include "db/odbc/odbc_provider.h"
 
@@ -285,29 +285,6 @@ TEST_F(OdbcPassThroughTest, ValuesAreTypedByTheColumnDescriptions) {
     EXPECT_TRUE(recordset.Eof());
 }
 
-TEST_F(OdbcPassThroughTest, TransactionsTurnAutocommitOffAndOn) {
-    db->BeginTrans();
-    db->Execute("INSERT INTO Valores (Codigo) VALUES (1)");
-    db->RollbackTrans();
-    EXPECT_TRUE(query(db, "SELECT Codigo FROM Valores").empty());
-
-    db->BeginTrans();
-    db->Execute("INSERT INTO Valores (Codigo) VALUES (2)");
-    EXPECT_EQ(errorOf([&] { db->BeginTrans(); }).number(), -2147467259);
-    db->CommitTrans();
-    EXPECT_EQ(query(another(), "SELECT Codigo FROM Valores"), (Rows{{Variant(std::int32_t(2))}}));
-
-    // Back in autocommit: each statement is committed at once.
-    db->Execute("INSERT INTO Valores (Codigo) VALUES (3)");
-    EXPECT_EQ(query(another(), "SELECT COUNT(*) FROM Valores"), (Rows{{Variant(std::int32_t(2))}}));
-    for (const auto& action : {std::function<void()>([&] { db->CommitTrans(); }),
-                               std::function<void()>([&] { db->RollbackTrans(); })}) {
-        const Error misuse = errorOf(action);
-        EXPECT_EQ(misuse.number(), -2147467259);
-        EXPECT_EQ(misuse.source(), "kvlnmov ODBC provider");
-    }
-}
-
 TEST_F(OdbcPassThroughTest, RowsAreFetchedOnDemand) {
     // Row 301 holds a number too large for its tinyint column: reading it fails, and only
     // reading it, so nothing past the rows asked for has been read.
@@ -337,121 +314,20 @@ TEST_F(OdbcPassThroughTest, DriverErrorsAreNumberedBySqlState) {
     EXPECT_EQ(error.source(), "kvlnmov ODBC provider");
 }
 
-// The SQLite dialect: T-SQL translated, the numbering procedures run by the provider.
-class OdbcSqliteDialectTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        db = database_.connect();
-        db->createCompanySchema();
-    }
-
-    TestDatabase database_{TestProvider::Odbc};
-    ConnectionRef db;
-};
-
-TEST_F(OdbcSqliteDialectTest, ProceduresSetTheirOutputParameters) {
-    auto lineCommand = [&] {
-        auto command = std::make_shared<Command>();
-        command->CommandType(CommandType::StoredProc);
-        command->CommandText("CON_DevMovApunte");
-        auto& parameters = command->Parameters();
-        parameters.Append(Command::CreateParameter("Cod_Empresa", DataType::SmallInt,
-                                                   ParameterDirection::Input, 0, std::int16_t(1)));
-        parameters.Append(Command::CreateParameter(
-            "Cod_Ejercicio", DataType::SmallInt, ParameterDirection::Input, 0, std::int16_t(2026)));
-        parameters.Append(
-            Command::CreateParameter("Apunte", DataType::Integer, ParameterDirection::Output));
-        command->ActiveConnection(db);
-        return command;
-    };
-    auto first = lineCommand();
-    first->Execute();
-    EXPECT_EQ(first->Parameters()("Apunte").value, Variant(std::int32_t(1)));
-    first->Execute();
-    EXPECT_EQ(first->Parameters()("Apunte").value, Variant(std::int32_t(2)));
-
-    Command entry;
-    entry.CommandType(CommandType::StoredProc);
-    entry.CommandText("CON_DevAsiento");
-    auto& parameters = entry.Parameters();
-    for (const auto& [name, type, value] : std::vector<std::tuple<const char*, DataType, Variant>>{
-             {"Cod_Empresa", DataType::SmallInt, Variant(std::int16_t(1))},
-             {"Cod_Ejercicio", DataType::SmallInt, Variant(std::int16_t(2026))},
-             {"Mes", DataType::TinyInt, Variant(std::uint8_t(3))},
-             {"Dia", DataType::TinyInt, Variant(std::uint8_t(15))},
-             {"TipoNum", DataType::TinyInt, Variant(std::uint8_t(1))}})
-        parameters.Append(
-            Command::CreateParameter(name, type, ParameterDirection::Input, 0, value));
-    parameters.Append(
-        Command::CreateParameter("Asiento", DataType::Integer, ParameterDirection::Output));
-    entry.ActiveConnection(db);
-    entry.Execute();
-    EXPECT_EQ(parameters("Asiento").value, Variant(std::int32_t(315001)));
-    EXPECT_EQ(query(db, "SELECT Mes, Dia, cAsiento FROM Contador_Asientos"),
-              (Rows{{Variant(std::uint8_t(3)), Variant(std::uint8_t(15)),
-                     Variant(std::int32_t(315001))}}));
-}
-
-TEST_F(OdbcSqliteDialectTest, StatementsAreTranslatedAndErrorsSpeakSqlServer) {
-    EXPECT_EQ(db->Execute("INSERT INTO Conceptos (Codigo, Nombre, Debe) VALUES ('A', 'Uno', 1)"),
-              1);
-    // T-SQL: ISNULL, TOP and a bit column read as a Boolean.
-    EXPECT_EQ(query(db, "SELECT TOP 1 ISNULL(Nombre, '') AS N, Debe FROM Conceptos"),
-              (Rows{{Variant("Uno"), Variant(true)}}));
+// The SQLite dialect (T-SQL translated, the numbering procedures run by the provider) runs
+// every database suite in the test command's ODBC pass; here only what that pass does not see.
+TEST(OdbcSqliteDialect, ErrorsKeepTheDriversNumberAndTheStringKeepsTheDialect) {
+    const TestDatabase database{TestProvider::Odbc};
+    const ConnectionRef db = database.connect();
+    db->createCompanySchema();
+    db->Execute("INSERT INTO Conceptos (Codigo) VALUES ('A')");
     const Error duplicate =
         errorOf([&] { db->Execute("INSERT INTO Conceptos (Codigo) VALUES ('a')"); });
     EXPECT_EQ(duplicate.number(), -2147217873);
-    EXPECT_EQ(duplicate.description(),
-              "Violation of PRIMARY KEY constraint 'PK_Conceptos'. Cannot insert duplicate key in "
-              "object 'dbo.Conceptos'.");
     EXPECT_EQ(duplicate.source(), "kvlnmov ODBC provider");
     EXPECT_NE(duplicate.nativeError(), 0);
-    const Error missing = errorOf([&] { db->Execute("DELETE FROM Nada"); });
-    EXPECT_EQ(missing.number(), -2147217865);
-    EXPECT_EQ(missing.description(), "Invalid object name 'Nada'.");
     // The dialect key is the provider's: the connection keeps the string it was given.
     EXPECT_NE(db->ConnectionString().find("Dialect=SQLite"), std::string::npos);
-}
-
-TEST_F(OdbcSqliteDialectTest, IdentityIsKeptPerConnection) {
-    db->Execute("INSERT INTO Conc_Extractos (Cod_Empresa, Concepto) VALUES (1, 'a')");
-    db->Execute("INSERT INTO Conc_Extractos (Cod_Empresa, Concepto) VALUES (1, 'b')");
-    const ConnectionRef other = database_.connect();
-    other->Execute("INSERT INTO Conc_Extractos (Cod_Empresa, Concepto) VALUES (1, 'c')");
-    // @@IDENTITY is numeric, read as a Double.
-    EXPECT_EQ(query(db, "SELECT ISNULL(@@IDENTITY, 0) AS Id"), (Rows{{Variant(2.0)}}));
-    EXPECT_EQ(query(other, "SELECT ISNULL(@@IDENTITY, 0) AS Id"), (Rows{{Variant(3.0)}}));
-    // An insert into a table without identity makes it Null.
-    db->Execute("INSERT INTO Conceptos (Codigo) VALUES ('X')");
-    EXPECT_EQ(query(db, "SELECT ISNULL(@@IDENTITY, 0) AS Id"), (Rows{{Variant(0.0)}}));
-}
-
-TEST_F(OdbcSqliteDialectTest, RowsAreFetchedOnDemand) {
-    db->BeginTrans();
-    for (int i = 1; i <= 400; ++i) {
-        db->Execute(
-            "INSERT INTO Asientos (Cod_Empresa, Cod_Ejercicio, Codigo, Fecha) VALUES (1, "
-            "2026, " +
-            std::to_string(i) + ", '01/02/2026')");
-    }
-    db->CommitTrans();
-    // A date the translator's conversion cannot read, written past the dialect.
-    const ConnectionRef raw = openConnection("Driver=" + sqliteDriver() +
-                                             ";Database=" + database_.file() + ";Timeout=1000");
-    raw->Execute("UPDATE Asientos SET Fecha = 'nunca' WHERE Codigo = 301");
-    Recordset recordset;
-    recordset.Open("SELECT Codigo, Fecha FROM Asientos ORDER BY Codigo", db);
-    for (int i = 1; i <= 200; ++i, recordset.MoveNext())
-        ASSERT_EQ(recordset.Fields("Codigo"), Variant(std::int32_t(i)));
-    for (int i = 201; i < 300; ++i, recordset.MoveNext()) {
-        ASSERT_EQ(recordset.Fields("Codigo"), Variant(std::int32_t(i)));
-        ASSERT_EQ(recordset.Fields("Fecha"), Variant(Date::ymd(2026, 2, 1)));
-    }
-    EXPECT_EQ(recordset.Fields("Codigo"), Variant(std::int32_t(300)));
-    const Error error = errorOf([&] { recordset.MoveNext(); });
-    EXPECT_EQ(error.number(), -2147217913);
-    EXPECT_EQ(error.description(),
-              "Conversion failed when converting date and/or time from character string.");
 }
 
 }  // namespace

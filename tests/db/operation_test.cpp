@@ -67,7 +67,9 @@ TEST_F(OperationTest, OtherConnectionsSeeAWholeOperationOrNothingOfIt) {
     // A writer of another connection waits for the whole operation (here past its timeout).
     const Error blocked = errorOf([&] { other->Execute(insertConcept("C")); });
     EXPECT_EQ(blocked.number(), errc::kTimeout);
+    EXPECT_EQ(blocked.source(), kProvider);
     EXPECT_EQ(blocked.description(), "Query timeout expired");
+    EXPECT_EQ(errorOf([&] { other->BeginTrans(); }).number(), errc::kTimeout);
     connection_->endOperation();
     EXPECT_EQ(conceptCount(other), 2);
     other->Execute(insertConcept("C"));  // and goes on once it has ended

@@ -1,10 +1,6 @@
 // The numbering procedures CON_DevAsiento and CON_DevMovApunte.
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <fstream>
 #include <set>
 #include <thread>
 
@@ -122,24 +118,6 @@ TEST_F(ProceduresTest, LineNumbersAreNeverGivenTwice) {
               (Rows{{i16(2026), std::int32_t(12)}, {i16(2027), std::int32_t(1)}}));
 }
 
-TEST_F(ProceduresTest, LineNumbersStartAboveExistingLines) {
-    insertLine(500);
-    EXPECT_EQ(nextLineNumber(db, 1, 2026), 501);
-}
-
-TEST_F(ProceduresTest, ProcedureCallsAreObservedAsExec) {
-    struct Observer : StatementObserver {
-        void statementSent(std::string_view text) override { texts.emplace_back(text); }
-        std::vector<std::string> texts;
-    };
-    auto observer = std::make_shared<Observer>();
-    db->addObserver(observer);
-    nextLineNumber(db, 1, 2026);
-    nextEntryNumber(db, 1, 2026, 1, 2, 0);
-    EXPECT_EQ(observer->texts,
-              (std::vector<std::string>{"EXEC CON_DevMovApunte", "EXEC CON_DevAsiento"}));
-}
-
 TEST_F(ProceduresTest, BadCallsRaiseServerErrors) {
     Command unknown;
     unknown.CommandType(CommandType::StoredProc);
@@ -191,32 +169,6 @@ TEST_F(ProceduresTest, TwoThreadsWithTheirOwnConnectionsGetDistinctLineNumbers) 
     b.join();
     first.insert(first.end(), second.begin(), second.end());
     expectDistinct(first, 2000);
-}
-
-TEST_F(ProceduresTest, TwoProcessesGetDistinctLineNumbers) {
-    const std::string childOutput = folder() + "/child.txt";
-    db.reset();  // no connection may cross the fork
-    const pid_t child = fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
-        int status = 0;
-        try {
-            std::ofstream out(childOutput);
-            for (std::int32_t number : takeLineNumbers(connectionString(), 1000))
-                out << number << "\n";
-        } catch (...) {
-            status = 1;
-        }
-        _exit(status);
-    }
-    std::vector<std::int32_t> numbers = takeLineNumbers(connectionString(), 1000);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    ASSERT_EQ(WEXITSTATUS(status), 0);
-    std::ifstream in(childOutput);
-    for (std::int32_t number; in >> number;) numbers.push_back(number);
-    expectDistinct(numbers, 2000);
 }
 
 }  // namespace

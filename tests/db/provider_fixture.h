@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "kvlnmov/db/command.h"
@@ -49,23 +50,16 @@ inline std::int32_t nextEntryNumber(const ConnectionRef& connection, int company
     command.CommandType(CommandType::StoredProc);
     command.CommandText("CON_DevAsiento");
     auto& parameters = command.Parameters();
-    parameters.Append(
-        Command::CreateParameter("Cod_Empresa", DataType::SmallInt, ParameterDirection::Input));
-    parameters.Append(
-        Command::CreateParameter("Cod_Ejercicio", DataType::SmallInt, ParameterDirection::Input));
-    parameters.Append(
-        Command::CreateParameter("Mes", DataType::TinyInt, ParameterDirection::Input));
-    parameters.Append(
-        Command::CreateParameter("Dia", DataType::TinyInt, ParameterDirection::Input));
-    parameters.Append(
-        Command::CreateParameter("TipoNum", DataType::TinyInt, ParameterDirection::Input));
+    for (const auto& [name, type, value] : std::vector<std::tuple<const char*, DataType, Variant>>{
+             {"Cod_Empresa", DataType::SmallInt, i16(company)},
+             {"Cod_Ejercicio", DataType::SmallInt, i16(exercise)},
+             {"Mes", DataType::TinyInt, u8(month)},
+             {"Dia", DataType::TinyInt, u8(day)},
+             {"TipoNum", DataType::TinyInt, u8(scheme)}})
+        parameters.Append(
+            Command::CreateParameter(name, type, ParameterDirection::Input, 0, value));
     parameters.Append(
         Command::CreateParameter("Asiento", DataType::Integer, ParameterDirection::Output));
-    parameters("Cod_Empresa").value = i16(company);
-    parameters("Cod_Ejercicio").value = i16(exercise);
-    parameters("Mes").value = u8(month);
-    parameters("Dia").value = u8(day);
-    parameters("TipoNum").value = u8(scheme);
     command.ActiveConnection(connection);
     command.Execute();
     command.ActiveConnection(nullptr);

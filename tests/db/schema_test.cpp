@@ -1,4 +1,5 @@
-// The company database definition and the SQLite DDL made from it.
+// The company database definition, the SQLite DDL made from it, and the T-SQL script that
+// declares the same database on SQL Server.
 
 #include "kvlnmov/schema/schema.h"
 
@@ -50,71 +51,6 @@ TEST(SchemaTypes, WritesTsqlNamesThatReadBack) {
     }
 }
 
-TEST(CompanyTables, DefinesKeysIdentitiesAndDefaults) {
-    EXPECT_EQ(companyTables().size(), 44u);
-    const Table* movements = findTable("movimientos");
-    ASSERT_NE(movements, nullptr);
-    EXPECT_EQ(movements->name, "Movimientos");
-    EXPECT_EQ(movements->primaryKey,
-              (std::vector<std::string>{"Cod_Empresa", "Cod_Ejercicio", "Apunte"}));
-    EXPECT_EQ(movements->columns.size(), 25u);
-    EXPECT_EQ(findTable("Nope"), nullptr);
-
-    struct Case {
-        const char* table;
-        const char* column;
-        ColumnType type;
-        bool nullable;
-        bool identity;
-        Default defaultValue;
-        const char* literal;
-    };
-    const std::vector<Case> cases{
-        {"Movimientos", "apunte", {SqlType::Int}, false, false, Default::None, ""},
-        {"Movimientos", "Debe", {SqlType::Money}, true, false, Default::Zero, ""},
-        {"Movimientos", "Concepto", {SqlType::VarChar, 60}, true, false, Default::None, ""},
-        {"Empresas_Ejercicios", "Estado", {SqlType::Bit}, true, false, Default::Zero, ""},
-        {"Empresas_Ejercicios",
-         "LongitudesNivel",
-         {SqlType::VarChar, 50},
-         false,
-         false,
-         Default::None,
-         "'1,2,3,4,8'"},
-        {"Asientos", "FechaCreacion", {SqlType::DateTime}, true, false, Default::Now, ""},
-        {"Asientos", "Observaciones", {SqlType::Text}, true, false, Default::None, ""},
-        {"Conc_Extractos", "Codigo", {SqlType::Int}, false, true, Default::None, ""},
-        {"Conc_Extractos", "Pendiente", {SqlType::Bit}, true, false, Default::None, "1"},
-        {"Acumulados", "H12", {SqlType::Money}, false, false, Default::Zero, ""},
-        {"Acumulados_Dpto", "Dpto", {SqlType::SmallInt}, false, false, Default::None, ""},
-        {"BakAnulado_Asientos", "IDBak", {SqlType::Int}, false, true, Default::None, ""},
-        {"BakAnulado_Movimientos", "IDBak", {SqlType::Int}, true, false, Default::None, ""},
-        {"BakAnulado_Movimientos", "Debe", {SqlType::Money}, true, false, Default::None, ""},
-        {"Movimientos_Eliminados", "Apunte", {SqlType::Int}, true, false, Default::None, ""},
-        {"SGD_Usuarios", "ForzarPass", {SqlType::Bit}, false, false, Default::None, ""},
-        {"Contador_Asientos", "cAsiento", {SqlType::Int}, false, false, Default::Zero, ""},
-    };
-    for (const Case& c : cases) {
-        const Table* table = findTable(c.table);
-        ASSERT_NE(table, nullptr) << c.table;
-        const Column* column = table->find(c.column);
-        ASSERT_NE(column, nullptr) << c.table << "." << c.column;
-        EXPECT_EQ(column->type, c.type) << c.column;
-        EXPECT_EQ(column->nullable, c.nullable) << c.table << "." << c.column;
-        EXPECT_EQ(column->identity, c.identity) << c.table << "." << c.column;
-        EXPECT_EQ(column->defaultValue, c.defaultValue) << c.table << "." << c.column;
-        EXPECT_EQ(column->defaultLiteral, c.literal) << c.table << "." << c.column;
-    }
-
-    // The deleted-lines log: the user, then the line's columns up to Imp_Contrap.
-    const Table* deleted = findTable("Movimientos_Eliminados");
-    ASSERT_NE(deleted, nullptr);
-    EXPECT_EQ(deleted->columns.front().name, "Cod_Usuario");
-    EXPECT_EQ(deleted->columns.back().name, "Imp_Contrap");
-    EXPECT_EQ(deleted->columns.size(), 24u);
-    EXPECT_TRUE(deleted->primaryKey.empty());
-}
-
 struct Database {
     Database() { sqlite3_open(":memory:", &db); }
     ~Database() { sqlite3_close(db); }
@@ -139,27 +75,11 @@ struct Database {
     sqlite3* db = nullptr;
 };
 
-TEST(SqliteScript, CreatesEveryTableWithDeclaredTypesKeysAndDefaults) {
+TEST(SqliteScript, FillsDefaultsAndNumbersIdentities) {
     Database database;
     for (const std::string& statement : sqliteScript()) database.run(statement);
-    EXPECT_EQ(database.column("SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND "
-                              "name NOT LIKE 'sqlite%'"),
-              std::vector<std::string>{"44"});
-
-    // Declared types are the T-SQL names; the key columns are listed in key order.
-    EXPECT_EQ(
-        database.column("SELECT type FROM pragma_table_info('Movimientos') WHERE name IN "
-                        "('Cod_Empresa', 'Apunte', 'Debe', 'Fecha_Asiento', 'Concepto', "
-                        "'M347') ORDER BY cid"),
-        (std::vector<std::string>{"SMALLINT", "INT", "DATETIME", "VARCHAR(60)", "MONEY", "BIT"}));
-    EXPECT_EQ(database.column("SELECT name FROM pragma_table_info('Acumulados_Dpto') WHERE pk > "
-                              "0 ORDER BY pk"),
-              (std::vector<std::string>{"Cod_Empresa", "Cod_Ejercicio", "Cuenta", "Dpto"}));
-    EXPECT_EQ(database.column("SELECT type FROM pragma_table_info('Asientos') WHERE name = "
-                              "'Observaciones'"),
-              std::vector<std::string>{"TEXT"});
-
-    // Defaults as the database fills them; identities numbered.
+    // Defaults as the database fills them; identities numbered. (The tables, declared types
+    // and keys are compared with the T-SQL script below.)
     database.run(
         "INSERT INTO Empresas_Ejercicios (Cod_Empresa, Cod_Ejercicio, FechaInicio, "
         "FechaFin) VALUES (1, 2026, '2026-01-01', '2026-12-31')");
@@ -198,6 +118,110 @@ TEST(SqliteScript, TextsCompareWithoutCaseAndKeysRefuseDuplicatesAndNulls) {
                   "    Nombre VARCHAR(100) COLLATE NOCASE,\n"
                   "    CONSTRAINT PK_Cuentas PRIMARY KEY (Cod_Empresa, Cod_Ejercicio, Cuenta)\n"
                   ")"});
+}
+
+// The T-SQL script declares the same database as the SQLite script. SQLite reads both: the
+// T-SQL batches need only their schema prefix dropped and varchar(max) spelt TEXT (SQLite takes
+// only numbers in a type's parentheses); both are then compared column by column as SQLite
+// reports them.
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+        text.replace(at, from.size(), to);
+}
+
+/// One line per column of every table, in creation order: name, type, NOT NULL, identity,
+/// default (the current time as "now") and position in the primary key.
+std::vector<std::string> describe(const Database& database) {
+    std::vector<std::string> lines;
+    for (const std::string& table :
+         database.column("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT "
+                         "LIKE 'sqlite%' ORDER BY rowid")) {
+        for (const std::string& column : database.column(
+                 "SELECT name || '|' || type || '|' || \"notnull\" || '|' || pk || '|' || "
+                 "IFNULL(dflt_value, '') FROM pragma_table_info('" + table + "')")) {
+            std::vector<std::string> field(1);
+            for (char c : column) {
+                if (c == '|' && field.size() < 5)
+                    field.emplace_back();
+                else
+                    field.back() += c;
+            }
+            std::string declared = field[1];
+            // SQLite numbers an INTEGER PRIMARY KEY itself, and it never holds Null.
+            bool identity = field[3] != "0" && declared == "INTEGER";
+            if (const auto marker = declared.find(" IDENTITY(1,1)"); marker != std::string::npos) {
+                identity = true;
+                declared.erase(marker);
+            }
+            const auto type = parseTypeName(declared);
+            EXPECT_TRUE(type.has_value()) << table << ": " << declared;
+            const std::string& value = field[4];
+            const bool now = value == "GETDATE()" || value.find("'now'") != std::string::npos;
+            lines.push_back(table + "." + field[0] + " " + (type ? tsqlTypeName(*type) : declared) +
+                            (field[2] != "0" || identity ? " NOT NULL" : "") +
+                            (identity ? " IDENTITY" : "") + " DEFAULT " + (now ? "now" : value) +
+                            " KEY " + field[3]);
+        }
+    }
+    return lines;
+}
+
+TEST(SchemaDialects, DeclareTheSameTablesColumnsKeysAndDefaults) {
+    Database embedded;
+    embedded.run(scriptText(Dialect::Sqlite));
+
+    // The T-SQL script file: every batch of tsqlScript() followed by a GO line.
+    const std::string script = scriptText(Dialect::Tsql);
+    std::vector<std::string> batches;
+    for (std::size_t start = 0, at; (at = script.find("\nGO\n", start)) != std::string::npos;
+         start = at + 5)
+        batches.push_back(script.substr(start, at - start));
+    ASSERT_EQ(batches, tsqlScript());
+
+    Database server;
+    std::size_t tables = 0;
+    for (std::string batch : batches) {
+        if (!batch.starts_with("CREATE TABLE [dbo].[")) continue;
+        const std::string name = batch.substr(20, batch.find(']', 20) - 20);
+        const bool keyed = findTable(name) && !findTable(name)->primaryKey.empty();
+        EXPECT_EQ(batch.find("CONSTRAINT [PK_" + name + "] PRIMARY KEY") != std::string::npos,
+                  keyed)
+            << name;
+        replaceAll(batch, "[dbo].", "");
+        replaceAll(batch, "varchar(max)", "text");
+        EXPECT_NO_THROW(server.run(batch)) << batch;
+        ++tables;
+    }
+    EXPECT_EQ(tables, companyTables().size());
+    const std::vector<std::string> columns = describe(embedded);
+    std::size_t declared = 0;
+    for (const Table& table : companyTables()) declared += table.columns.size();
+    EXPECT_EQ(columns.size(), declared);
+    EXPECT_EQ(describe(server), columns);
+}
+
+TEST(SchemaDialects, TsqlScriptDefinesTheNumberingProcedures) {
+    // The parameters the callers pass; the number is reserved under a lock held to the end of
+    // a transaction of its own.
+    const std::vector<std::pair<std::string, std::string>> procedures{
+        {"CON_DevAsiento",
+         "    @Cod_Empresa smallint,\n    @Cod_Ejercicio smallint,\n    @Mes tinyint,\n"
+         "    @Dia tinyint,\n    @TipoNum tinyint,\n    @Asiento int OUTPUT\nAS\n"},
+        {"CON_DevMovApunte",
+         "    @Cod_Empresa smallint,\n    @Cod_Ejercicio smallint,\n    @Apunte int OUTPUT\nAS\n"},
+    };
+    const std::vector<std::string> script = tsqlScript();
+    ASSERT_EQ(script.size(), companyTables().size() + procedures.size());
+    for (std::size_t i = 0; i < procedures.size(); ++i) {
+        const std::string& batch = script[companyTables().size() + i];
+        const auto& [name, parameters] = procedures[i];
+        EXPECT_TRUE(batch.starts_with("CREATE PROCEDURE [dbo].[" + name + "]\n" + parameters))
+            << batch.substr(0, 200);
+        for (const char* piece :
+             {"WITH (UPDLOCK, HOLDLOCK)", "BEGIN TRANSACTION;", "COMMIT TRANSACTION;"})
+            EXPECT_NE(batch.find(piece), std::string::npos) << name << ": " << piece;
+    }
 }
 
 }  // namespace

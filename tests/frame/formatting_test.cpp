@@ -106,13 +106,5 @@ TEST_F(FormattingTest, CurrentUserIsTheNumberOfTheLeadingDigits) {
     }
 }
 
-TEST_F(FormattingTest, CompanyAndExerciseFilters) {
-    SettableContext context;
-    context.company = 3;
-    context.exercise = 2026;
-    EXPECT_EQ(sql::whereCompanyExercise(context), " WHERE Cod_Empresa =3 AND Cod_Ejercicio =2026");
-    EXPECT_EQ(sql::andAccount("43000001"), " AND Cuenta ='43000001'");
-}
-
 }  // namespace
 }  // namespace kvlnmov

@@ -24,18 +24,7 @@ class HandlersTest : public ::testing::Test {
 
 const Error kTimeout(errc::kTimeout, "provider", "Query timeout expired");
 
-TEST_F(HandlersTest, PlainHandlerRaisesAgainUnderTheOperationsSource) {
-    try {
-        plainHandler("Conceptos::Insertar", Access::Writes, [] { throw kTimeout; });
-        FAIL() << "no error";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.number(), errc::kTimeout);
-        EXPECT_EQ(error.source(), "Conceptos::Insertar");
-        EXPECT_EQ(error.description(), "Query timeout expired");
-    }
-    EXPECT_EQ(ui_->yields, 0);
-}
-
+// Raising again under the operation's source is in the scenario files (every error step).
 TEST_F(HandlersTest, PlainHandlerTurnsOtherExceptionsIntoErrors) {
     try {
         plainHandler("X::Y", Access::Reads, [] { throw std::logic_error("broken"); });

@@ -119,15 +119,6 @@ TEST_F(EntryViewTest, RowsAreFormattedAsTheGridShowsThem) {
     EXPECT_FALSE(view.canFetchMore());
 }
 
-TEST_F(EntryViewTest, ColumnCaptions) {
-    const std::array<std::string, EntryView::kColumnCount> expected{
-        "Ap.",      "Cod. Cuenta", "Denominación de Cuenta",
-        "Concepto", "Doc.",        "Diario.",
-        "Dpto.",    "P",           "Debe",
-        "Haber"};
-    EXPECT_EQ(EntryView::columnCaptions(), expected);
-}
-
 TEST_F(EntryViewTest, TotalsAndImbalance) {
     const struct {
         const char* name;

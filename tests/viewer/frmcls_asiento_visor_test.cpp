@@ -1,5 +1,5 @@
-// frmclsAsientoVisor: what it hands the application's form hook, when it opens nothing, and
-// the form's unloading when the object ends.
+// frmclsAsientoVisor: what it hands the application's form hook and the form's unloading when
+// the object ends.
 
 #include "kvlnmov/viewer/frmcls_asiento_visor.h"
 
@@ -11,9 +11,6 @@
 
 namespace kvlnmov::testing {
 namespace {
-
-const std::string kZeroKeyNotice =
-    "No es posible iniciar el visor, existe algún parámetro de entrada a 0.";
 
 // A form that loads the entry into a view, as an application's form does.
 class FakeForm : public EntryViewerForm {
@@ -75,28 +72,6 @@ class VisorTest : public ViewerTest {
     std::unique_ptr<frmclsAsientoVisor> visor;
 };
 
-TEST_F(VisorTest, AZeroKeyShowsTheNoticeAndOpensNothing) {
-    const struct {
-        std::int16_t company;
-        std::int16_t exercise;
-        std::int32_t entry;
-    } cases[] = {{0, 2026, 12}, {1, 0, 12}, {1, 2026, 0}, {0, 0, 0}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(c.company) + "/" + std::to_string(c.exercise) + "/" +
-                     std::to_string(c.entry));
-        ui->shown.clear();
-        visor->Cod_Empresa(c.company);
-        visor->Cod_Ejercicio(c.exercise);
-        visor->Asiento(c.entry);
-        visor->Show(std::int16_t{1}, std::nullopt);
-        ASSERT_EQ(ui->shown.size(), 1u);
-        EXPECT_EQ(ui->shown[0].text, kZeroKeyNotice);
-        EXPECT_EQ(ui->shown[0].buttons, MsgBoxButtons::Ok);
-        EXPECT_EQ(ui->shown[0].icon, MsgBoxIcon::None);
-    }
-    EXPECT_TRUE(hook->requests.empty());
-}
-
 TEST_F(VisorTest, ShowHandsTheKeysAndSharedReferencesToTheHook) {
     auto owner = std::make_shared<frmclsAsientoVisor>();
     visor->Show(std::int16_t{1}, ObjectRef(owner));
@@ -144,17 +119,10 @@ TEST_F(VisorTest, AFormTheUserClosedIsNotUnloadedAgain) {
     EXPECT_EQ(form->unloads, 0);
 }
 
-TEST_F(VisorTest, ErrorsOfShowCarryItsSource) {
-    setEntryViewerFormHook(nullptr);
-    Error error = errorOf([&] { visor->Show(std::nullopt, std::nullopt); });
-    EXPECT_EQ(error.number(), 1000);
-    EXPECT_EQ(error.source(), "frmclsAsientoVisor::Show");
-    EXPECT_EQ(error.description(), "No hay ningún formulario instalado para el visor de asientos.");
-
-    // A failure while the form loads the entry.
-    setEntryViewerFormHook(hook);
+// A zero key and a missing form hook are in the scenario viewer_show.json.
+TEST_F(VisorTest, AFailureWhileTheFormLoadsCarriesTheSourceOfShow) {
     db->injectFault({"SELECT a.Apunte", 1, errc::kTimeout, "Query timeout expired"});
-    error = errorOf([&] { visor->Show(std::nullopt, std::nullopt); });
+    const Error error = errorOf([&] { visor->Show(std::nullopt, std::nullopt); });
     EXPECT_EQ(error.number(), errc::kTimeout);
     EXPECT_EQ(error.source(), "frmclsAsientoVisor::Show");
     EXPECT_EQ(error.description(), "Query timeout expired");

@@ -111,11 +111,14 @@ INSTANTIATE_TEST_SUITE_P(
 INSTANTIATE_TEST_SUITE_P(
     Values, TranslationError,
     ::testing::Values(
-        ErrorCase{"UPDATE Asientos SET Fecha = '31/02/2026'", errc::kConversion,
-                  "Conversion failed when converting date and/or time from character string."},
+        ErrorCase{"UPDATE Asientos SET Fecha = '01/01/1700'", errc::kConversion,
+                  "The conversion of a varchar data type to a datetime data type resulted in an "
+                  "out-of-range value."},
+        ErrorCase{"UPDATE Movimientos SET Debe = 922337203685477.5808", errc::kDataOverflow,
+                  "Arithmetic overflow error converting numeric to data type money."},
         ErrorCase{"INSERT INTO Movimientos (Concepto) VALUES ('" + std::string(61, 'x') + "')",
                   errc::kDataOverflow, "String or binary data would be truncated."},
-        ErrorCase{"UPDATE Movimientos SET Dpto = 40000", errc::kDataOverflow,
+        ErrorCase{"UPDATE Movimientos SET Dpto = 32768", errc::kDataOverflow,
                   "Arithmetic overflow error converting expression to data type smallint."},
         ErrorCase{"UPDATE Conceptos SET Impuestos = 256", errc::kDataOverflow,
                   "Arithmetic overflow error converting expression to data type tinyint."},

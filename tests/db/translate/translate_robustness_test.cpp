@@ -294,7 +294,13 @@ INSTANTIATE_TEST_SUITE_P(
                   "SELECT CAST(Cuenta AS VARCHAR(5)) FROM Movimientos"},
         ShapeCase{"SELECT CONVERT(VARCHAR(10), Fecha_Asiento, 103) FROM Movimientos",
                   "SELECT CONVERT(VARCHAR(10), Fecha_Asiento, 112) FROM Movimientos"},
-        // Values stay values: the same text with other parameters.
+        // Values stay values: the same text with other parameters, each checked anew.
+        ShapeCase{"UPDATE Movimientos SET Debe = 10.5, Fecha_Apunte = '15/03/2026' WHERE "
+                  "Apunte = 1",
+                  "update movimientos set debe = 0.25, fecha_apunte = '1/4/2026' where apunte = 2"},
+        ShapeCase{"UPDATE Movimientos SET Debe = 10.5, Fecha_Apunte = '15/03/2026' WHERE "
+                  "Apunte = 1",
+                  "UPDATE Movimientos SET Debe = 1, Fecha_Apunte = '31/02/2026' WHERE Apunte = 3"},
         ShapeCase{"SELECT TOP 1 Cuenta FROM Movimientos WHERE Concepto LIKE 'a%'",
                   "SELECT TOP 5 Cuenta FROM Movimientos WHERE Concepto LIKE 'bcd%'"}));
 
