@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "journal/maintenance_fixture.h"
+#include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/journal/sii_book.h"
 #include "support/rows.h"

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "journal_fixture.h"
+#include "support/company_fixture.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/journal/balance_verifier.h"
 #include "kvlnmov/journal/cls_asiento.h"
@@ -39,7 +39,7 @@ struct Entry {
     bool ordinary = true;
 };
 
-class BalanceInvariantTest : public JournalTest {
+class BalanceInvariantTest : public CompanyTest {
   protected:
     std::mt19937 random_{20261122};
 
@@ -80,7 +80,7 @@ class BalanceInvariantTest : public JournalTest {
             "SELECT Apunte, Cod_Asiento, Fecha_Asiento, Cuenta FROM Movimientos WHERE "
             "Cod_Empresa = 1 AND Cod_Ejercicio = 2026" +
                 condition + " ORDER BY Apunte",
-            connection_);
+            db);
         std::vector<Line> found;
         for (; !rows.Eof(); rows.MoveNext()) {
             found.push_back({rows.Fields("Apunte").toLong(), rows.Fields("Cod_Asiento").toLong(),
@@ -123,7 +123,7 @@ class BalanceInvariantTest : public JournalTest {
         const std::int32_t number = opening ? 0 : 999999;
         if (entryNumbered(number)) return createEntry();
         auto entry = bound<clsAsiento>();
-        entry->Fecha(opening ? context_->firstDay : context_->lastDay);
+        entry->Fecha(opening ? context->firstDay : context->lastDay);
         entry->Cierre(true);
         entry->Usuario(7);
         ASSERT_TRUE(entry->Insertar());
@@ -218,7 +218,7 @@ class BalanceInvariantTest : public JournalTest {
 
     /// What the verifier finds besides unbalanced entries (random lines seldom balance).
     void checkInvariant(int operation) {
-        const BalanceVerification found = verifyBalances(connection_, *context_);
+        const BalanceVerification found = verifyBalances(db, *context);
         ASSERT_TRUE(found.differences.empty())
             << found.differences.size() << " differing cells after operation " << operation
             << ", the first: " << balanceTableName(found.differences[0].table) << " "

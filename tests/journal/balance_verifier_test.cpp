@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "journal/journal_fixture.h"
+#include "support/company_fixture.h"
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
@@ -73,7 +73,7 @@ struct LineToPost {
     Date lineDate{};
 };
 
-class BalanceVerifierTest : public JournalTest {
+class BalanceVerifierTest : public CompanyTest {
   protected:
     /// Posts an entry dated `date` (an opening or closing one with `cierre`) and its lines
     /// through the library; returns the entry number.
@@ -116,17 +116,17 @@ class BalanceVerifierTest : public JournalTest {
                   3);
     }
 
-    BalanceVerification verify() { return verifyBalances(connection_, *context_); }
-    BalanceRepair repair() { return repairBalances(connection_, *context_); }
+    BalanceVerification verify() { return verifyBalances(db, *context); }
+    BalanceRepair repair() { return repairBalances(db, *context); }
 
     /// Both balance tables, every column, in key order.
     Rows balances() {
         const std::string amounts =
             "Nivel, Apertura, Cierre, D1, D2, D3, D4, D5, D6, D7, D8, D9, D10, D11, D12, H1, H2, "
             "H3, H4, H5, H6, H7, H8, H9, H10, H11, H12";
-        Rows rows = queryRows(connection_,
+        Rows rows = queryRows(db,
                               "SELECT Cuenta, -1, " + amounts + " FROM Acumulados ORDER BY Cuenta");
-        for (auto& row : queryRows(connection_, "SELECT Cuenta, Dpto, " + amounts +
+        for (auto& row : queryRows(db, "SELECT Cuenta, Dpto, " + amounts +
                                                     " FROM Acumulados_Dpto ORDER BY Cuenta, Dpto"))
             rows.push_back(std::move(row));
         return rows;
@@ -151,7 +151,7 @@ TEST_F(BalanceVerifierTest, ProgressIsReportedEveryGivenNumberOfLines) {
     VerificationOptions options;
     options.progressEvery = 4;
     options.progress = [&](std::int64_t lines) { reported.push_back(lines); };
-    EXPECT_TRUE(verifyBalances(connection_, *context_, options).clean());
+    EXPECT_TRUE(verifyBalances(db, *context, options).clean());
     EXPECT_EQ(reported, (std::vector<std::int64_t>{4, 8}));
 }
 
@@ -243,7 +243,7 @@ TEST_P(DriftTest, IsFoundCellByCellAndRepaired) {
     const DriftCase& drift = GetParam();
     postBook();
     Rows book = balances();
-    for (const std::string& statement : drift.statements) connection_->Execute(statement);
+    for (const std::string& statement : drift.statements) db->Execute(statement);
 
     BalanceVerification found = verify();
     EXPECT_FALSE(found.clean());
@@ -269,12 +269,12 @@ INSTANTIATE_TEST_SUITE_P(Drifts, DriftTest, ::testing::ValuesIn(driftCases()));
 
 TEST_F(BalanceVerifierTest, AFailedRepairChangesNothing) {
     postBook();
-    connection_->Execute("UPDATE Acumulados SET D3 = 1210.0001 WHERE Cuenta = '43000001'");
-    connection_->Execute("DELETE FROM Acumulados_Dpto WHERE Cuenta = '7' AND Dpto = 1");
+    db->Execute("UPDATE Acumulados SET D3 = 1210.0001 WHERE Cuenta = '43000001'");
+    db->Execute("DELETE FROM Acumulados_Dpto WHERE Cuenta = '7' AND Dpto = 1");
     Rows drifted = balances();
 
     // The update of Acumulados runs, then the insert into Acumulados_Dpto fails.
-    connection_->injectFault({"INSERT INTO Acumulados_Dpto", 1, -2147217873, "disk full"});
+    db->injectFault({"INSERT INTO Acumulados_Dpto", 1, -2147217873, "disk full"});
     Error error = errorOf([&] { repair(); });
     EXPECT_EQ(error.number(), -2147217873);
     EXPECT_EQ(error.description(), "disk full");
@@ -308,7 +308,7 @@ TEST_F(BalanceVerifierTest, WithoutItsHeaderAClosingLineIsOrdinary) {
     post(Date::ymd(2026, 12, 31), {{"62600001", "0", "12.5", 3}, {"57200001", "12.5", "0", 3}},
          true);
     expectClean(verify());
-    connection_->Execute("DELETE FROM Asientos WHERE Codigo = 999999");
+    db->Execute("DELETE FROM Asientos WHERE Codigo = 999999");
     BalanceVerification found = verify();
     const Cells expected{departmentCell("6", 3, "Cierre", "12.5", "0"),
                          departmentCell("6", 3, "H12", "0", "12.5")};
@@ -338,8 +338,8 @@ TEST_F(BalanceVerifierTest, AShortAccountReachesItsOwnRowOncePerLongerLevel) {
     ASSERT_TRUE(line->Modificar());
     expectClean(verify());
 
-    connection_->Execute("DELETE FROM Acumulados WHERE Cuenta = '4300'");
-    connection_->Execute("DELETE FROM Acumulados_Dpto WHERE Cuenta = '4300'");
+    db->Execute("DELETE FROM Acumulados WHERE Cuenta = '4300'");
+    db->Execute("DELETE FROM Acumulados_Dpto WHERE Cuenta = '4300'");
     BalanceRepair repair = this->repair();
     const Cells own{accountCell("4300", "D3", "0", "100", false)};
     const Cells department{departmentCell("4300", 2, "D3", "0", "100", false)};
@@ -354,15 +354,15 @@ TEST_F(BalanceVerifierTest, AShortAccountReachesItsOwnRowOncePerLongerLevel) {
 TEST_F(BalanceVerifierTest, AnOpeningCreditThatCreatesARowIsExpectedWithTheSignAsWritten) {
     postBook();
     // The credit of 10000001 created its rows holding +10000 (a debit's sign): clean.
-    EXPECT_EQ(queryRows(connection_, "SELECT Apertura FROM Acumulados WHERE Cuenta = '1'"),
+    EXPECT_EQ(queryRows(db, "SELECT Apertura FROM Acumulados WHERE Cuenta = '1'"),
               (Rows{{Variant(money("10000"))}}));
     expectClean(verify());
     // A missing row was not there before its first line: it is expected as that line creates
     // it.
-    connection_->Execute("DELETE FROM Acumulados WHERE Cuenta = '10'");
+    db->Execute("DELETE FROM Acumulados WHERE Cuenta = '10'");
     EXPECT_EQ(verify().differences, (Cells{accountCell("10", "Apertura", "0", "10000", false)}));
     // Holding the credit's own sign, the row reads as one that existed before the line.
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, Apertura) VALUES (1, "
         "2026, '10', 2, -10000)");
     expectClean(verify());
@@ -371,24 +371,24 @@ TEST_F(BalanceVerifierTest, AnOpeningCreditThatCreatesARowIsExpectedWithTheSignA
 TEST_F(BalanceVerifierTest, RowsThatExistedBeforeTheirFirstOpeningCreditAreTakenAsTheyAre) {
     // As an application opening the exercise with a zero row for each account of its chart.
     for (const char* account : {"1", "10", "100", "1000", "10000001"}) {
-        connection_->Execute(
+        db->Execute(
             "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel) VALUES (1, 2026, "
             "'" +
             std::string(account) + "', 1)");
-        connection_->Execute(
+        db->Execute(
             "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, Nivel) "
             "VALUES (1, 2026, '" +
             std::string(account) + "', 0, 1)");
     }
     postBook();
-    EXPECT_EQ(queryRows(connection_, "SELECT Apertura FROM Acumulados WHERE Cuenta = '1'"),
+    EXPECT_EQ(queryRows(db, "SELECT Apertura FROM Acumulados WHERE Cuenta = '1'"),
               (Rows{{Variant(money("-10000"))}}));
     BalanceVerification verification = verify();
     expectClean(verification);
     EXPECT_EQ(verification.openingBalancesWithoutEntry, std::vector<DirectOpeningBalance>{});
 
     // Neither reading fits -9999: the row is expected as created by its first line.
-    connection_->Execute(
+    db->Execute(
         "UPDATE Acumulados_Dpto SET Apertura = -9999 WHERE Cuenta = '10' AND Dpto = 0");
     EXPECT_EQ(verify().differences, (Cells{departmentCell("10", 0, "Apertura", "-9999", "10000")}));
 }
@@ -401,7 +401,7 @@ TEST_F(BalanceVerifierTest, ClosingLinesReverseTheirSign) {
          true);
     expectClean(verify());
 
-    connection_->Execute("DELETE FROM Acumulados WHERE Cuenta IN ('7000', '129')");
+    db->Execute("DELETE FROM Acumulados WHERE Cuenta IN ('7000', '129')");
     EXPECT_EQ(verify().differences, (Cells{accountCell("129", "Cierre", "0", "-1000", false),
                                            accountCell("7000", "Cierre", "0", "-1000", false),
                                            accountCell("7000", "H3", "0", "1000", false)}));
@@ -410,19 +410,19 @@ TEST_F(BalanceVerifierTest, ClosingLinesReverseTheirSign) {
 
 TEST_F(BalanceVerifierTest, ALineIsAccumulatedInThePeriodOfItsEntry) {
     // The entry is of 31 March, its line of 2 April; periods start in July (March is 9).
-    context_->periodOfMonth = {7, 8, 9, 10, 11, 12, 1, 2, 3, 4, 5, 6};
+    context->periodOfMonth = {7, 8, 9, 10, 11, 12, 1, 2, 3, 4, 5, 6};
     post(Date::ymd(2026, 3, 31), {{"43000001", "80", "0", 1, Date::ymd(2026, 4, 2)},
                                   {"70000001", "0", "80", 1, Date::ymd(2026, 4, 2)}});
     expectClean(verify());
 
-    connection_->Execute("DELETE FROM Acumulados WHERE Cuenta = '70'");
+    db->Execute("DELETE FROM Acumulados WHERE Cuenta = '70'");
     EXPECT_EQ(verify().differences, (Cells{accountCell("70", "H9", "0", "80", false)}));
     expectClean(repair().after);
 }
 
 TEST_F(BalanceVerifierTest, APeriodOutsideTheTwelveColumnsIsAnError) {
     postBook();
-    context_->periodOfMonth = {1, 2, 13, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    context->periodOfMonth = {1, 2, 13, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     Error error = errorOf([&] { verify(); });
     EXPECT_EQ(error.number(), 1000);
     EXPECT_EQ(error.source(), "verifyBalances");
@@ -449,8 +449,8 @@ TEST_F(BalanceVerifierTest, DirectlyEnteredOpeningBalancesAreKeptAndListedApart)
     Rows withOpening = balances();
 
     // Drift in a summary row above them is repaired to the journal's plus both balances.
-    connection_->Execute("UPDATE Acumulados SET Apertura = 0 WHERE Cuenta = '57'");
-    connection_->Execute("DELETE FROM Acumulados WHERE Cuenta = '5720'");
+    db->Execute("UPDATE Acumulados SET Apertura = 0 WHERE Cuenta = '57'");
+    db->Execute("DELETE FROM Acumulados WHERE Cuenta = '5720'");
     BalanceRepair repair = this->repair();
     EXPECT_EQ(repair.before.differences,
               (Cells{accountCell("57", "Apertura", "0", "12900.25"),
@@ -464,13 +464,13 @@ TEST_F(BalanceVerifierTest, DirectlyEnteredOpeningBalancesAreKeptAndListedApart)
 
 TEST_F(BalanceVerifierTest, OtherCompaniesAndExercisesAreLeftOut) {
     postBook();
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, D1) VALUES (1, 2025, "
         "'43000001', 5, 99)");
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, Nivel, D1) VALUES "
         "(2, 2026, '43000001', 0, 5, 99)");
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento, Apunte, Fecha_Asiento, "
         "Cuenta, Dpto, Debe, Haber) VALUES (1, 2025, 1, 1, '02/03/2025', '43000001', 0, 5, 0)");
     BalanceVerification verification = verify();
@@ -484,39 +484,25 @@ TEST_F(BalanceVerifierTest, OtherCompaniesAndExercisesAreLeftOut) {
 class DuplicateNumberTest : public BalanceVerifierTest {
   protected:
     void SetUp() override {
-        resetLibrary();
-        setRegional(Regional{});
-        ui_ = std::make_shared<RecordingUserInterface>();
-        setUserInterface(ui_);
-        context_ = exerciseContext();
-        database_ = std::make_unique<TestDatabase>();
-        {
-            auto setup = database_->connect();
-            createCompany(*setup, *context_);
-            if (testProvider() == TestProvider::SqlServer) {
-                setup->Execute("ALTER TABLE Movimientos DROP CONSTRAINT PK_Movimientos");
-                setup->Execute("ALTER TABLE Asientos DROP CONSTRAINT PK_Asientos");
-            }
-        }
-        if (testProvider() != TestProvider::SqlServer) {
+        BalanceVerifierTest::SetUp();
+        if (testProvider() == TestProvider::SqlServer) {
+            db->Execute("ALTER TABLE Movimientos DROP CONSTRAINT PK_Movimientos");
+            db->Execute("ALTER TABLE Asientos DROP CONSTRAINT PK_Asientos");
+        } else {
+            db.reset();
             dropPrimaryKey("Movimientos");
             dropPrimaryKey("Asientos");
+            db = connectAgain();
         }
-        connection_ = database_->connect();
-    }
-    void TearDown() override {
-        JournalTest::TearDown();
-        connection_.reset();
-        database_.reset();
     }
 
     /// Rebuilds `table` in the SQLite file without its primary key constraint.
     void dropPrimaryKey(const std::string& table) {
-        sqlite3* db = nullptr;
-        ASSERT_EQ(sqlite3_open(database_->file().c_str(), &db), SQLITE_OK);
+        sqlite3* file = nullptr;
+        ASSERT_EQ(sqlite3_open(path().c_str(), &file), SQLITE_OK);
         std::string create;
         sqlite3_stmt* statement = nullptr;
-        sqlite3_prepare_v2(db,
+        sqlite3_prepare_v2(file,
                            ("SELECT sql FROM sqlite_master WHERE name = '" + table + "'").c_str(),
                            -1, &statement, nullptr);
         if (sqlite3_step(statement) == SQLITE_ROW)
@@ -529,25 +515,23 @@ class DuplicateNumberTest : public BalanceVerifierTest {
                                    create + ";INSERT INTO " + table + " SELECT * FROM Old" + table +
                                    ";DROP TABLE Old" + table + ";";
         char* message = nullptr;
-        EXPECT_EQ(sqlite3_exec(db, script.c_str(), nullptr, nullptr, &message), SQLITE_OK)
+        EXPECT_EQ(sqlite3_exec(file, script.c_str(), nullptr, nullptr, &message), SQLITE_OK)
             << (message ? message : "");
         sqlite3_free(message);
-        sqlite3_close(db);
+        sqlite3_close(file);
     }
-
-    std::unique_ptr<TestDatabase> database_;
 };
 
 TEST_F(DuplicateNumberTest, LineAndEntryNumbersUsedTwiceAreFound) {
     postBook();
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento, Apunte, Fecha_Asiento, "
         "Cuenta, Dpto, Debe, Haber) SELECT Cod_Empresa, Cod_Ejercicio, Cod_Asiento, Apunte, "
         "Fecha_Asiento, Cuenta, Dpto, Debe, Haber FROM Movimientos WHERE Apunte = 4");
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Asientos (Cod_Empresa, Cod_Ejercicio, Codigo, Fecha, Cierre) VALUES (1, "
         "2026, 3, '10/05/2026', 0)");
-    connection_->Execute(
+    db->Execute(
         "INSERT INTO Asientos (Cod_Empresa, Cod_Ejercicio, Codigo, Fecha, Cierre) VALUES (1, "
         "2026, 3, '10/05/2026', 0)");
 

@@ -14,7 +14,7 @@
 #include <iostream>
 #include <random>
 
-#include "journal_fixture.h"
+#include "support/company_fixture.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/journal/balance_verifier.h"
 #include "kvlnmov/journal/cls_asiento.h"

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "journal/journal_fixture.h"
+#include "support/company_fixture.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/context.h"
 #include "kvlnmov/core/library.h"

@@ -7,7 +7,7 @@
 
 #include <regex>
 
-#include "users/company_fixture.h"
+#include "support/company_fixture.h"
 
 namespace kvlnmov::testing {
 namespace {

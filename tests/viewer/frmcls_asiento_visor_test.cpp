@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "kvlnmov/db/open.h"
 #include "kvlnmov/viewer/entry_view.h"
 #include "kvlnmov/viewer/form_hook.h"
 #include "viewer/viewer_fixture.h"

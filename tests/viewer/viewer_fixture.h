@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "users/company_fixture.h"
+#include "support/company_fixture.h"
 
 namespace kvlnmov::testing {
 
