@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <string>
 
 namespace kvlnmov::cli {
 
@@ -23,6 +24,18 @@ struct Command {
     /// Runs the command; returns the exit code. kvlnmov::Error escapes to the caller.
     std::function<int()> run;
 };
+
+/// Adds where a command's database is: the file DB, or with --connection the database an
+/// ODBC connection string names. `purpose` ends the connection option's help ("instead of
+/// a file", "an empty database ...").
+inline void addDatabaseOptions(CLI::App* command, std::string& database, std::string& connection,
+                               const std::string& fileHelp, const std::string& purpose) {
+    command->add_option("DB", database, fileHelp);
+    command->add_option("--connection", connection,
+                        "Connection string of " + purpose +
+                            ", as \"DSN=Libros;UID=...;PWD=...\" or \"Driver={ODBC Driver 18 "
+                            "for SQL Server};Server=...;Database=...;UID=...;PWD=...\"");
+}
 
 /// `kvlnmov init DB ...` or `kvlnmov init --connection STRING ...`: creates a company
 /// database.

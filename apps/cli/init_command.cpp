@@ -117,11 +117,8 @@ Command addInitCommand(CLI::App& app) {
         "Refuses a file that exists and is not empty, and an exercise that spans more than\n"
         "twelve calendar months. With --connection the database is an empty one the\n"
         "connection string names (SQL Server through ODBC).");
-    command->add_option("DB", options->database, "Database file to create (SQLite)");
-    command->add_option("--connection", options->connection,
-                        "Connection string of an empty database instead of a file, as "
-                        "\"DSN=Libros;UID=...;PWD=...\" or \"Driver={ODBC Driver 18 for SQL "
-                        "Server};Server=...;Database=...;UID=...;PWD=...\"");
+    addDatabaseOptions(command, options->database, options->connection,
+                       "Database file to create (SQLite)", "an empty database instead of a file");
     command->add_option("--company", options->company, "Company code")
         ->check(CLI::Range(1, 32767))
         ->capture_default_str();

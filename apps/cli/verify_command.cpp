@@ -203,11 +203,9 @@ Command addVerifyCommand(CLI::App& app) {
         "finding exists, 0 when the books are clean. With --repair the balance rows are\n"
         "rewritten in one transaction, the changes printed and the books verified again; the\n"
         "exit code is that of the second verification.");
-    command->add_option("DB", options->database, "Database file (must exist; never created)");
-    command->add_option("--connection", options->connection,
-                        "Connection string of the database instead of a file, as "
-                        "\"DSN=Libros;UID=...;PWD=...\" or \"Driver={ODBC Driver 18 for SQL "
-                        "Server};Server=...;Database=...;UID=...;PWD=...\"");
+    addDatabaseOptions(command, options->database, options->connection,
+                       "Database file (must exist; never created)",
+                       "the database instead of a file");
     command->add_option("--company", options->company, "Only this company")
         ->check(CLI::Range(1, 32767));
     command->add_option("--exercise", options->exercise, "Only this exercise")

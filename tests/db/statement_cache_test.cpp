@@ -7,9 +7,13 @@
 #include <string>
 
 #include "kvlnmov/frame/error.h"
+#include "support/limit_texts.h"
 
 namespace kvlnmov::db::sqlite {
 namespace {
+
+using kvlnmov::testing::kExpressionLimit;
+using kvlnmov::testing::kNested;
 
 class StatementCacheTest : public ::testing::Test {
   protected:
@@ -111,12 +115,6 @@ TEST_P(StatementCacheLimit, IsReportedAsTheServersLimitError) {
     }
 }
 
-const std::string kNested =
-    "Some part of your SQL statement is nested too deeply. Rewrite the query or break it up "
-    "into smaller queries.";
-const std::string kExpressionLimit =
-    "Internal error: An expression services limit has been reached. Please look for "
-    "potentially complex expressions in your query, and try to simplify them.";
 
 INSTANTIATE_TEST_SUITE_P(
     Limits, StatementCacheLimit,

@@ -6,21 +6,12 @@
 #include <stdexcept>
 
 #include "kvlnmov/core/library.h"
+#include "support/library_fixture.h"
 
 namespace kvlnmov {
 namespace {
 
-class HandlersTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        resetLibrary();
-        ui_ = std::make_shared<RecordingUserInterface>();
-        setUserInterface(ui_);
-    }
-    void TearDown() override { resetLibrary(); }
-
-    std::shared_ptr<RecordingUserInterface> ui_;
-};
+class HandlersTest : public testing::LibraryTest {};
 
 const Error kTimeout(errc::kTimeout, "provider", "Query timeout expired");
 
@@ -74,7 +65,7 @@ TEST_P(RetryTest, RetriesTheFailingStatement) {
         }
     }
     EXPECT_EQ(runs, c.expectedRuns);
-    EXPECT_EQ(ui_->yields, c.expectedYields);
+    EXPECT_EQ(ui->yields, c.expectedYields);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -107,7 +98,7 @@ TEST_F(HandlersTest, TheCounterIsSharedByAllStatementsOfOneCall) {
                  Error);
     EXPECT_EQ(first, 5);
     EXPECT_EQ(second, 3);  // two retries were left for the second statement
-    EXPECT_EQ(ui_->yields, 6);
+    EXPECT_EQ(ui->yields, 6);
 }
 
 TEST_F(HandlersTest, EachCallStartsWithAFreshCounter) {
@@ -121,7 +112,7 @@ TEST_F(HandlersTest, EachCallStartsWithAFreshCounter) {
                                         return true;
                                     }));
     }
-    EXPECT_EQ(ui_->yields, 18);
+    EXPECT_EQ(ui->yields, 18);
 }
 
 TEST_F(HandlersTest, ErrorsOutsideStatementsAreNotRetried) {
@@ -133,7 +124,7 @@ TEST_F(HandlersTest, ErrorsOutsideStatementsAreNotRetried) {
     } catch (const Error& error) {
         EXPECT_EQ(error.source(), "clsMov::Insertar");
     }
-    EXPECT_EQ(ui_->yields, 0);
+    EXPECT_EQ(ui->yields, 0);
 }
 
 TEST_F(HandlersTest, RaisingACheckThroughTheEverythingHandlerRepeatsIt) {
@@ -147,7 +138,7 @@ TEST_F(HandlersTest, RaisingACheckThroughTheEverythingHandlerRepeatsIt) {
         EXPECT_EQ(error.source(), "clsAsiento:Insertar");
         EXPECT_EQ(error.description(), "fuera de ejercicio");
     }
-    EXPECT_EQ(ui_->yields, 6);
+    EXPECT_EQ(ui->yields, 6);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "kvlnmov/core/context.h"
 #include "kvlnmov/core/library.h"
+#include "support/library_fixture.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
 #include "support/rows.h"
@@ -56,27 +57,18 @@ std::shared_ptr<clsAsiento> header(bool bindContext) {
     return object;
 }
 
-class UnboundObjectTest : public ::testing::TestWithParam<UnboundCase> {
-  protected:
-    void SetUp() override {
-        resetLibrary();
-        ui_ = std::make_shared<RecordingUserInterface>();
-        setUserInterface(ui_);
-    }
-    void TearDown() override { resetLibrary(); }
-    std::shared_ptr<RecordingUserInterface> ui_;
-};
+class UnboundObjectTest : public testing::LibraryFixture<::testing::TestWithParam<UnboundCase>> {};
 
 TEST_P(UnboundObjectTest, IsRetriedLikeAFailingStatementThenRaised) {
     // No context (the first thing the operation reads), then no connection.
     for (bool bindContext : {false, true}) {
         SCOPED_TRACE(bindContext ? "no connection" : "no context");
-        ui_->yields = 0;
+        ui->yields = 0;
         const Error error = errorOf([&] { GetParam().call(bindContext); });
         EXPECT_EQ(error.number(), errc::kObjectRequired);
         EXPECT_EQ(error.description(), "Object variable or With block variable not set");
         EXPECT_EQ(error.source(), GetParam().source);
-        EXPECT_EQ(ui_->yields, 6);
+        EXPECT_EQ(ui->yields, 6);
     }
 }
 

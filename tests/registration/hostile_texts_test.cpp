@@ -56,21 +56,13 @@ std::vector<std::string> tablesHolding(const db::ConnectionRef& connection,
     return found;
 }
 
-class HostileTextTest : public ::testing::Test {
+class HostileTextTest : public LibraryTest {
   protected:
-    void SetUp() override {
-        resetLibrary();
-        setRegional(Regional{});
-        ui_ = std::make_shared<RecordingUserInterface>();
-        setUserInterface(ui_);
-    }
-    void TearDown() override { resetLibrary(); }
-
     /// A company with an open exercise, an entry of two lines, a concept, a user and an
     /// opening balance: enough rows for every operation to reach its statements.
     void seed() {
         resetLibrary();
-        setUserInterface(ui_);
+        setUserInterface(ui);
         database_ = std::make_unique<TestDatabase>();
         connection_ = database_->connect();
         context_ = exerciseContext();
@@ -188,7 +180,6 @@ class HostileTextTest : public ::testing::Test {
         EXPECT_EQ(tablesHolding(connection_, kJoined), std::vector<std::string>{});
     }
 
-    std::shared_ptr<RecordingUserInterface> ui_;
     std::unique_ptr<TestDatabase> database_;
     db::ConnectionRef connection_;
     std::shared_ptr<SettableContext> context_;

@@ -2,8 +2,7 @@
 
 // The company every library test starts from: a fresh database of the chosen provider with
 // the company schema, company 1 and its open exercise 2026, seeded as the tool's `init`
-// seeds one. The fixture resets the library, installs a recording user interface and a
-// settable context whose current user is 7, logs the statements the connection receives,
+// seeds one. Over the library fixture it adds a settable context whose current user is 7, logs the statements the connection receives,
 // and reads rows back.
 
 #include <gtest/gtest.h>
@@ -17,11 +16,10 @@
 
 #include "kvlnmov/core/company_seed.h"
 #include "kvlnmov/core/context.h"
-#include "kvlnmov/core/library.h"
 #include "kvlnmov/db/recordset.h"
-#include "kvlnmov/frame/regional.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
+#include "support/library_fixture.h"
 #include "support/rows.h"
 #include "support/test_connection.h"
 
@@ -92,16 +90,13 @@ inline std::int32_t postEntry(const db::ConnectionRef& connection, const cEmpres
     return header->Codigo();
 }
 
-class CompanyTest : public ::testing::Test {
+class CompanyTest : public LibraryTest {
   protected:
     /// The account levels of the seeded exercise; a suite overrides it for another chart.
     virtual std::vector<std::int16_t> levels() const { return {1, 2, 3, 4, 8}; }
 
     void SetUp() override {
-        resetLibrary();
-        setRegional(Regional{});
-        ui = std::make_shared<RecordingUserInterface>();
-        setUserInterface(ui);
+        LibraryTest::SetUp();
         context = exerciseContext(levels());
         database_ = std::make_unique<TestDatabase>();
         db = database_->connect();
@@ -111,7 +106,7 @@ class CompanyTest : public ::testing::Test {
     }
 
     void TearDown() override {
-        resetLibrary();
+        LibraryTest::TearDown();
         db.reset();
         database_.reset();
     }
@@ -171,7 +166,6 @@ class CompanyTest : public ::testing::Test {
 
     db::ConnectionRef db;
     std::shared_ptr<SettableContext> context;
-    std::shared_ptr<RecordingUserInterface> ui;
     std::shared_ptr<StatementLog> log;
 
   private:

@@ -11,9 +11,13 @@
 #include "db/translate/translate_support.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
+#include "support/limit_texts.h"
 
 namespace kvlnmov::db::sqlite::testing {
 namespace {
+
+using kvlnmov::testing::kExpressionLimit;
+using kvlnmov::testing::kNested;
 
 using namespace std::string_literals;
 
@@ -121,12 +125,6 @@ TEST_P(RobustError, IsTheServersError) {
 }
 
 constexpr std::int32_t kSyntax = errc::kSyntax;
-const std::string kNested =
-    "Some part of your SQL statement is nested too deeply. Rewrite the query or break it up "
-    "into smaller queries.";
-const std::string kExpressionLimit =
-    "Internal error: An expression services limit has been reached. Please look for "
-    "potentially complex expressions in your query, and try to simplify them.";
 
 INSTANTIATE_TEST_SUITE_P(
     Names, RobustError,
