@@ -60,10 +60,14 @@ TEST_F(EmpresaContextTest, ReadsTheExerciseTheChartAndTheSettings) {
 TEST_F(EmpresaContextTest, FindsTheExerciseOfADate) {
     exercise(2025, "01/01/2025", "31/12/2025");
     exercise(2026, "01/01/2026", "31/12/2026");
+    // An exercise from July to June, named after the year it starts in.
+    exercise(2030, "01/07/2030", "30/06/2031");
     EmpresaContext context(connection_, 3, 2026);
     EXPECT_EQ(context.EjercicioFecha(Date::ymd(2025, 12, 31).withTime(18, 0, 0)), 2025);
     EXPECT_EQ(context.EjercicioFecha(Date::ymd(2026, 1, 1)), 2026);
-    EXPECT_EQ(context.EjercicioFecha(Date::ymd(2031, 5, 5)), 2031);
+    EXPECT_EQ(context.EjercicioFecha(Date::ymd(2031, 6, 30).withTime(23, 59, 0)), 2030);
+    EXPECT_EQ(context.EjercicioFecha(Date::ymd(2031, 7, 1)), 2031);
+    EXPECT_EQ(context.EjercicioFecha(Date::ymd(2032, 5, 5)), 2032);
     context.setValor("UsuarioActual", Variant("12"));
     EXPECT_EQ(context.Valor("usuarioactual"), Variant("12"));
     EXPECT_TRUE(context.Valor("ODBCNombre").isEmpty());
