@@ -23,7 +23,7 @@ namespace kvlnmov::cli {
 namespace {
 
 struct BooksOptions {
-    std::string database;
+    DatabaseArgument database;
     int company = 0;
     int exercise = 0;
 };
@@ -199,9 +199,7 @@ Command addBooksCommand(CLI::App& app) {
         "rate, then each record with the sums of its rate lines) and the open payment and\n"
         "collection forecasts (state 0) by due date. Without --company and --exercise the\n"
         "database must hold exactly one exercise.");
-    command->add_option("DB", options->database, "Database file (must exist)")
-        ->required()
-        ->check(CLI::ExistingFile);
+    addDatabaseOptions(command, options->database, "Database file (must exist)");
     command->add_option("--company", options->company, "Company code")->check(CLI::Range(1, 32767));
     command->add_option("--exercise", options->exercise, "Exercise code")
         ->check(CLI::Range(1, 32767));

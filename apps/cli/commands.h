@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace kvlnmov::cli {
 
@@ -25,17 +26,26 @@ struct Command {
     std::function<int()> run;
 };
 
-/// Adds where a command's database is: the file DB, or with --connection the database an
-/// ODBC connection string names. `purpose` ends the connection option's help ("instead of
-/// a file", "an empty database ...").
-inline void addDatabaseOptions(CLI::App* command, std::string& database, std::string& connection,
-                               const std::string& fileHelp, const std::string& purpose) {
-    command->add_option("DB", database, fileHelp);
-    command->add_option("--connection", connection,
-                        "Connection string of " + purpose +
-                            ", as \"DSN=Libros;UID=...;PWD=...\" or \"Driver={ODBC Driver 18 "
-                            "for SQL Server};Server=...;Database=...;UID=...;PWD=...\"");
-}
+/// Where a command's database is: the file DB, or the database an ODBC connection string
+/// (--connection) names.
+struct DatabaseArgument {
+    std::string file;
+    std::string connection;
+    /// The database as messages name it.
+    std::string name() const { return connection.empty() ? file : "the connection's database"; }
+};
+
+/// Adds DB and --connection to a command; returns DB, which is required. `purpose` ends the
+/// connection option's help. `--connection CS` takes DB's place on the command line (see
+/// connectionTakesDatabasePlace), so the arguments after DB keep their places.
+CLI::Option* addDatabaseOptions(CLI::App* command, DatabaseArgument& database,
+                                const std::string& fileHelp,
+                                const std::string& purpose = "the database instead of a file");
+
+/// The command line with the value of a command's `--connection` also put where DB stands
+/// (right after the command's name), for the commands of `app` that have --connection.
+std::vector<std::string> connectionTakesDatabasePlace(const CLI::App& app,
+                                                      std::vector<std::string> arguments);
 
 /// `kvlnmov init DB ...` or `kvlnmov init --connection STRING ...`: creates a company
 /// database.

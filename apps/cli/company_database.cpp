@@ -52,19 +52,20 @@ void createCompanyDatabase(const CompanySetup& setup) {
     }
 }
 
-db::ConnectionRef openExistingDatabase(const std::string& path, const std::string& connection) {
-    if (!connection.empty()) return db::openConnection(connection);
+db::ConnectionRef openExistingDatabase(const DatabaseArgument& database) {
+    if (!database.connection.empty()) return db::openConnection(database.connection);
     // The embedded provider creates a missing file: it is looked for first.
-    if (!std::filesystem::is_regular_file(path)) {
-        throw UsageError{"'" + path + "' is not a database file (create one with kvlnmov init)"};
+    if (!std::filesystem::is_regular_file(database.file)) {
+        throw UsageError{"'" + database.file +
+                         "' is not a database file (create one with kvlnmov init)"};
     }
-    return db::openConnection("Provider=SQLite;Data Source=" + path);
+    return db::openConnection("Provider=SQLite;Data Source=" + database.file);
 }
 
-CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> company,
+CompanyDatabase openCompanyDatabase(const DatabaseArgument& database, std::optional<int> company,
                                     std::optional<int> exercise, int user) {
     CompanyDatabase opened;
-    opened.connection = openExistingDatabase(path, {});
+    opened.connection = openExistingDatabase(database);
     if (!company || !exercise) {
         auto [onlyCompany, onlyExercise] = EmpresaContext::singleCompanyExercise(opened.connection);
         if (!company) company = onlyCompany;
@@ -76,6 +77,42 @@ CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> 
     opened.context->setValor("UsuarioActual", Variant(std::to_string(user)));
     replaceConnection(opened.connection);
     return opened;
+}
+
+CLI::Option* addDatabaseOptions(CLI::App* command, DatabaseArgument& database,
+                                const std::string& fileHelp, const std::string& purpose) {
+    CLI::Option* file = command->add_option("DB", database.file, fileHelp)->required();
+    command->add_option("--connection", database.connection,
+                        "Connection string of " + purpose +
+                            " (it also stands for DB), as \"DSN=Libros;UID=...;PWD=...\" or "
+                            "\"Driver={ODBC Driver 18 for SQL Server};Server=...;Database=...;"
+                            "UID=...;PWD=...\"");
+    return file;
+}
+
+std::vector<std::string> connectionTakesDatabasePlace(const CLI::App& app,
+                                                      std::vector<std::string> arguments) {
+    if (arguments.size() < 2) return arguments;
+    const CLI::App* command = nullptr;
+    for (const CLI::App* candidate : app.get_subcommands({})) {
+        if (candidate->check_name(arguments[1])) command = candidate;
+    }
+    if (!command || !command->get_option_no_throw("--connection")) return arguments;
+    for (std::size_t i = 2; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (argument == "--") break;
+        std::string value;
+        if (argument == "--connection" && i + 1 < arguments.size()) {
+            value = arguments[i + 1];
+        } else if (argument.rfind("--connection=", 0) == 0) {
+            value = argument.substr(13);
+        } else {
+            continue;
+        }
+        arguments.insert(arguments.begin() + 2, value);
+        break;
+    }
+    return arguments;
 }
 
 }  // namespace kvlnmov::cli

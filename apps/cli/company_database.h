@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "commands.h"
 #include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/core/empresa_context.h"
@@ -39,15 +40,15 @@ struct CompanyDatabase {
     std::shared_ptr<EmpresaContext> context;
 };
 
-/// Opens an existing company database: the database file `path`, which must exist (a missing
-/// one is a UsageError and is not created), or with `connection` the database that connection
-/// string names, opened as `createCompanyDatabase` opens it (an ODBC one for SQL Server).
-db::ConnectionRef openExistingDatabase(const std::string& path, const std::string& connection);
+/// Opens an existing company database: the database file, which must exist (a missing one is
+/// a UsageError and is not created), or with a connection string the database it names,
+/// opened as `createCompanyDatabase` opens it (an ODBC one for SQL Server).
+db::ConnectionRef openExistingDatabase(const DatabaseArgument& database);
 
-/// Opens `path` (which must exist: UsageError otherwise) and reads the context of `company`
+/// Opens `database` as openExistingDatabase does and reads the context of `company`
 /// and `exercise`, or of the database's only company and exercise when they are not given.
 /// `user` becomes the context's current user ("UsuarioActual").
-CompanyDatabase openCompanyDatabase(const std::string& path, std::optional<int> company,
+CompanyDatabase openCompanyDatabase(const DatabaseArgument& database, std::optional<int> company,
                                     std::optional<int> exercise, int user);
 
 }  // namespace kvlnmov::cli

@@ -225,14 +225,15 @@ void demoConcepts(const CompanyDatabase& opened) {
               << "\n";
 }
 
-int runDemo(const std::string& path) {
+int runDemo(const DatabaseArgument& database) {
     CompanySetup setup;
-    setup.path = path;
+    setup.path = database.file;
+    setup.connection = database.connection;
     setup.name = "Distribuciones Atlántico, S.L.";
     setup.tax = 2;
     createCompanyDatabase(setup);
-    CompanyDatabase opened = openCompanyDatabase(path, std::nullopt, std::nullopt, 1);
-    std::cout << "Demonstration company database: " << path << "\n"
+    CompanyDatabase opened = openCompanyDatabase(database, std::nullopt, std::nullopt, 1);
+    std::cout << "Demonstration company database: " << database.name() << "\n"
               << "Company 1 '" << setup.name << "', exercise 2026, account levels " << setup.levels
               << "\n";
 
@@ -305,21 +306,24 @@ int runDemo(const std::string& path) {
     printTrialBalance(std::cout, opened.connection, *opened.context, {std::nullopt, 3, false});
     std::cout << "\n== Tax books and open forecasts\n";
     printBooks(std::cout, opened.connection, *opened.context);
-    std::cout << "\nTry: kvlnmov show " << path << " 5   (the entry viewer's grid)\n"
-              << "     kvlnmov balance " << path << " --level 3 --periods\n";
+    // A connection string may hold a password: it is not repeated.
+    const std::string argument = database.connection.empty() ? database.file : "--connection CS";
+    std::cout << "\nTry: kvlnmov show " << argument << " 5   (the entry viewer's grid)\n"
+              << "     kvlnmov balance " << argument << " --level 3 --periods\n";
     return balanced ? kExitOk : kExitFailure;
 }
 
 }  // namespace
 
 Command addDemoCommand(CLI::App& app) {
-    auto path = std::make_shared<std::string>();
+    auto database = std::make_shared<DatabaseArgument>();
     CLI::App* command = app.add_subcommand(
         "demo",
         "Create a demonstration company database, keep its concepts, post a month of its "
         "bookkeeping through the library and print the trial balance.");
-    command->add_option("DB", *path, "Database file to create")->required();
-    return {command, [path] { return runDemo(*path); }};
+    addDatabaseOptions(command, *database, "Database file to create",
+                       "an empty database instead of a file");
+    return {command, [database] { return runDemo(*database); }};
 }
 
 }  // namespace kvlnmov::cli

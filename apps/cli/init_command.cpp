@@ -16,8 +16,7 @@ namespace kvlnmov::cli {
 namespace {
 
 struct InitOptions {
-    std::string database;
-    std::string connection;
+    DatabaseArgument database;
     int company = 1;
     int exercise = 2026;
     std::string from;
@@ -81,12 +80,9 @@ int runInit(const InitOptions& options) {
     }
     checkLevels(options.levels);
 
-    if (options.database.empty() == options.connection.empty())
-        throw UsageError{"give a database file or --connection, one of the two"};
-
     CompanySetup setup;
-    setup.path = options.database;
-    setup.connection = options.connection;
+    setup.path = options.database.file;
+    setup.connection = options.database.connection;
     setup.company = options.company;
     setup.exercise = options.exercise;
     setup.firstDay = from;
@@ -98,8 +94,7 @@ int runInit(const InitOptions& options) {
     createCompanyDatabase(setup);
 
     // A connection string may hold a password: it is not repeated.
-    std::cout << "Created "
-              << (options.connection.empty() ? options.database : "the connection's database")
+    std::cout << "Created " << options.database.name()
               << ": company " << options.company << " '" << options.name << "', exercise "
               << options.exercise << " from " << from.toIso() << " to " << to.toIso()
               << " (open), account levels " << options.levels << ", numbering scheme "
@@ -117,8 +112,8 @@ Command addInitCommand(CLI::App& app) {
         "Refuses a file that exists and is not empty, and an exercise that spans more than\n"
         "twelve calendar months. With --connection the database is an empty one the\n"
         "connection string names (SQL Server through ODBC).");
-    addDatabaseOptions(command, options->database, options->connection,
-                       "Database file to create (SQLite)", "an empty database instead of a file");
+    addDatabaseOptions(command, options->database, "Database file to create (SQLite)",
+                       "an empty database instead of a file");
     command->add_option("--company", options->company, "Company code")
         ->check(CLI::Range(1, 32767))
         ->capture_default_str();

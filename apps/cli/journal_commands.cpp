@@ -14,7 +14,7 @@ namespace kvlnmov::cli {
 namespace {
 
 struct PostOptions {
-    std::string database;
+    DatabaseArgument database;
     std::string file;
     std::optional<int> company;
     std::optional<int> exercise;
@@ -54,7 +54,7 @@ int runPost(const PostOptions& options) {
 }
 
 struct BalanceOptions {
-    std::string database;
+    DatabaseArgument database;
     std::optional<int> company;
     std::optional<int> exercise;
     TrialBalanceOptions report;
@@ -93,7 +93,7 @@ Command addPostCommand(CLI::App& app) {
         "                  {\"account\": \"47700021\", \"credit\": \"21.00\"}]}]}\n"
         "CSV:  entry;date;account;debit;credit;concept;document;department\n"
         "      (the lines of an entry share its key and date; '.' as decimal separator)");
-    command->add_option("DB", options->database, "Company database file")->required();
+    addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("FILE", options->file, "Entries to post (.json or .csv)")->required();
     addCompanyOptions(command, options->company, options->exercise);
     command->add_option("--user", options->user, "User code recorded on entries and lines")
@@ -108,7 +108,7 @@ Command addBalanceCommand(CLI::App& app) {
         "balance",
         "Print the trial balance from the running balances: opening, debits, credits, closing "
         "and balance per account of one level of the chart.");
-    command->add_option("DB", options->database, "Company database file")->required();
+    addDatabaseOptions(command, options->database, "Company database file");
     addCompanyOptions(command, options->company, options->exercise);
     command->add_option("--level", options->report.level,
                         "Chart level, 1 for the shortest accounts (default: posting accounts)");

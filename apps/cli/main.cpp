@@ -1,15 +1,26 @@
 // The kvlnmov command-line tool: dispatches to one function per command.
 
 #include <iostream>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands.h"
+#include "company_database.h"
 #include "kvlnmov/frame/error.h"
+#include "kvlnmov/version.h"
 
 int main(int argc, char** argv) {
     using namespace kvlnmov::cli;
     CLI::App app{"kvlnmov: the journal library's tool for company databases."};
     app.require_subcommand(1);
+    const std::string version = std::string("kvlnmov ") + KVLNMOV_VERSION_STRING;
+    app.set_version_flag("--version", version);
+    // The version needs no command (the parser would ask for one first).
+    if (argc == 2 && std::string_view(argv[1]) == "--version") {
+        std::cout << version << "\n";
+        return kExitOk;
+    }
     // One line per command, in the order --help lists them.
     std::vector<Command> commands{
         addInitCommand(app),     addSchemaCommand(app),  addDemoCommand(app),
@@ -20,7 +31,11 @@ int main(int argc, char** argv) {
     };
 
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> arguments(argv, argv + argc);
+        arguments = connectionTakesDatabasePlace(app, std::move(arguments));
+        std::vector<const char*> pointers;
+        for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
+        app.parse(static_cast<int>(pointers.size()), pointers.data());
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& error) {

@@ -70,7 +70,7 @@ std::string plural(std::int64_t count, const std::string& word) {
 }
 
 struct AnnulOptions {
-    std::string database;
+    DatabaseArgument database;
     std::int32_t entry = 0;
     std::optional<int> user;
     std::optional<int> company;
@@ -113,7 +113,7 @@ int runAnnul(const AnnulOptions& options) {
 }
 
 struct RenumberOptions {
-    std::string database;
+    DatabaseArgument database;
     std::int32_t from = 0;
     std::int32_t to = 0;
     int user = 1;
@@ -148,7 +148,7 @@ int runRenumber(const RenumberOptions& options) {
 }
 
 struct ReassignOptions {
-    std::string database;
+    DatabaseArgument database;
     std::string from;
     std::string to;
     std::string destination;
@@ -226,7 +226,7 @@ Command addAnnulCommand(CLI::App& app) {
         "(BakAnulado_* tables) and removed, and its amounts taken out of the balances. The\n"
         "header is deleted and its number given back when it was the last number given;\n"
         "otherwise it stays, empty and marked annulled.");
-    command->add_option("DB", options->database, "Company database file")->required();
+    addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("ENTRY", options->entry, "Number of the entry to annul")->required();
     command
         ->add_option("--user", options->user,
@@ -243,7 +243,7 @@ Command addRenumberCommand(CLI::App& app) {
         "Move every line of entry OLD to the existing entry NEW, which gives them its date:\n"
         "balances move to the new date's period; secondary lines, payment forecasts and,\n"
         "when the company keeps the IGIC book (tax kind 1), its records follow.");
-    command->add_option("DB", options->database, "Company database file")->required();
+    addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("OLD", options->from, "Entry whose lines move")->required();
     command->add_option("NEW", options->to, "Entry that receives them (its header must exist)")
         ->required();
@@ -261,7 +261,7 @@ Command addReassignCommand(CLI::App& app) {
         "Move the lines of the accounts --from..--to whose entries are dated --start..--end\n"
         "to account --dest, with their balances, IGIC book records (tax kind 1), secondary\n"
         "lines and tax counterparts.");
-    command->add_option("DB", options->database, "Company database file")->required();
+    addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("--from", options->from, "First account of the range")->required();
     command->add_option("--to", options->to, "Last account of the range")->required();
     command->add_option("--dest", options->destination, "Destination (posting) account")

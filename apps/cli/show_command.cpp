@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "company_database.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/core/empresa_context.h"
 #include "kvlnmov/core/library.h"
@@ -19,7 +20,7 @@ namespace kvlnmov::cli {
 namespace {
 
 struct ShowOptions {
-    std::string database;
+    DatabaseArgument database;
     std::int32_t entry = 0;
     int company = 0;
     int exercise = 0;
@@ -78,8 +79,7 @@ int runShow(const ShowOptions& options) {
         throw UsageError{"give both --company and --exercise, or neither"};
     if (options.entry <= 0) throw UsageError{"ENTRY must be an entry number above 0"};
 
-    const db::ConnectionRef connection =
-        db::openConnection("Provider=SQLite;Data Source=" + options.database);
+    const db::ConnectionRef connection = openExistingDatabase(options.database);
     offerConnection(connection);
     std::int16_t company = static_cast<std::int16_t>(options.company);
     std::int16_t exercise = static_cast<std::int16_t>(options.exercise);
@@ -104,9 +104,7 @@ Command addShowCommand(CLI::App& app) {
         "Show one journal entry as the entry viewer does: its number, date and last user, its\n"
         "lines, the debit and credit totals and the imbalance.\n"
         "Without --company and --exercise the database must hold exactly one of each.");
-    command->add_option("DB", options->database, "Company database file")
-        ->required()
-        ->check(CLI::ExistingFile);
+    addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("ENTRY", options->entry, "Entry number")->required();
     command->add_option("--company", options->company, "Company code")->check(CLI::Range(1, 32767));
     command->add_option("--exercise", options->exercise, "Exercise code")

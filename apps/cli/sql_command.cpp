@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "company_database.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "text_table.h"
@@ -17,7 +18,7 @@ namespace kvlnmov::cli {
 namespace {
 
 struct SqlOptions {
-    std::string database;
+    DatabaseArgument database;
     std::string statement;
 };
 
@@ -128,7 +129,7 @@ bool skipped(const std::string& line) {
 }
 
 int runSql(const SqlOptions& options) {
-    const auto connection = db::openConnection("Provider=SQLite;Data Source=" + options.database);
+    const auto connection = openExistingDatabase(options.database);
     if (!options.statement.empty()) {
         runStatement(connection, options.statement);
         return kExitOk;
@@ -157,9 +158,7 @@ Command addSqlCommand(CLI::App& app) {
         "error. Values print as: NULL for Null, dates as YYYY-MM-DD[ HH:MM:SS[.mmm]], money\n"
         "exactly with \".\" as decimal separator, bit columns as 1/0.\n"
         "A database error prints \"Error <number> (<source>): <description>\" and exits 1.");
-    command->add_option("DB", options->database, "Database file (must exist)")
-        ->required()
-        ->check(CLI::ExistingFile);
+    addDatabaseOptions(command, options->database, "Database file (must exist)");
     command->add_option("STATEMENT", options->statement, "One T-SQL statement");
     return Command{command, [options] { return runSql(*options); }};
 }

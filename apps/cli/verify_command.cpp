@@ -19,8 +19,7 @@ namespace kvlnmov::cli {
 namespace {
 
 struct VerifyOptions {
-    std::string database;
-    std::string connection;
+    DatabaseArgument database;
     std::optional<int> company;
     std::optional<int> exercise;
     bool repair = false;
@@ -160,9 +159,7 @@ std::vector<std::pair<std::int16_t, std::int16_t>> selectedExercises(
 }
 
 int runVerify(const VerifyOptions& options) {
-    if (options.database.empty() == options.connection.empty())
-        throw UsageError{"give a database file or --connection, one of the two"};
-    const db::ConnectionRef connection = openExistingDatabase(options.database, options.connection);
+    const db::ConnectionRef connection = openExistingDatabase(options.database);
 
     bool clean = true;
     for (const auto& [company, exercise] : selectedExercises(connection, options)) {
@@ -203,9 +200,7 @@ Command addVerifyCommand(CLI::App& app) {
         "finding exists, 0 when the books are clean. With --repair the balance rows are\n"
         "rewritten in one transaction, the changes printed and the books verified again; the\n"
         "exit code is that of the second verification.");
-    addDatabaseOptions(command, options->database, options->connection,
-                       "Database file (must exist; never created)",
-                       "the database instead of a file");
+    addDatabaseOptions(command, options->database, "Database file (must exist; never created)");
     command->add_option("--company", options->company, "Only this company")
         ->check(CLI::Range(1, 32767));
     command->add_option("--exercise", options->exercise, "Only this exercise")

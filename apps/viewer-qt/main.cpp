@@ -1,10 +1,11 @@
-// kvlnmov-viewer DB ENTRY [--company N --exercise N]: shows one journal entry of a company
-// database in the entry viewer form, opened the way an application opens it, through
-// frmclsAsientoVisor.
+// kvlnmov-viewer DB ENTRY [--company N --exercise N], or kvlnmov-viewer --connection CS ENTRY:
+// shows one journal entry of a company database in the entry viewer form, opened the way an
+// application opens it, through frmclsAsientoVisor.
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QMessageBox>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -15,6 +16,7 @@
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/viewer/form_hook.h"
+#include "kvlnmov/version.h"
 #include "kvlnmov/viewer/frmcls_asiento_visor.h"
 #include "qt_form_hook.h"
 #include "qt_user_interface.h"
@@ -36,37 +38,55 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName("kvlnmov-viewer");
     QApplication::setApplicationDisplayName("Visor de asientos");
+    QApplication::setApplicationVersion(KVLNMOV_VERSION_STRING);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
         "Shows one journal entry of a company database: its lines, totals, imbalance and last "
         "user. Without --company and --exercise the database must hold exactly one of each.");
     parser.addHelpOption();
-    parser.addPositionalArgument("DB", "Company database file");
+    parser.addVersionOption();
+    parser.addPositionalArgument("DB", "Company database file (not with --connection)");
     parser.addPositionalArgument("ENTRY", "Entry number");
     const QCommandLineOption companyOption("company", "Company code", "N");
     const QCommandLineOption exerciseOption("exercise", "Exercise code", "N");
+    const QCommandLineOption connectionOption(
+        "connection", "Connection string of the database instead of a file (SQL Server: ODBC)",
+        "CS");
     parser.addOption(companyOption);
     parser.addOption(exerciseOption);
+    parser.addOption(connectionOption);
     parser.process(app);
 
     const QStringList arguments = parser.positionalArguments();
-    const int entry = arguments.size() == 2 ? positive(arguments[1], 2147483647) : 0;
+    const bool byConnection = parser.isSet(connectionOption);
+    const qsizetype expected = byConnection ? 1 : 2;
+    const int entry =
+        arguments.size() == expected ? positive(arguments[expected - 1], 2147483647) : 0;
     const int company =
         parser.isSet(companyOption) ? positive(parser.value(companyOption), 32767) : -1;
     const int exercise =
         parser.isSet(exerciseOption) ? positive(parser.value(exerciseOption), 32767) : -1;
-    if (arguments.size() != 2 || entry == 0 || company == 0 || exercise == 0 ||
+    if (arguments.size() != expected || entry == 0 || company == 0 || exercise == 0 ||
         (company < 0) != (exercise < 0)) {
-        std::cerr << "usage: kvlnmov-viewer DB ENTRY [--company N --exercise N]\n";
+        std::cerr << "usage: kvlnmov-viewer DB ENTRY [--company N --exercise N]\n"
+                     "       kvlnmov-viewer --connection CS ENTRY [--company N --exercise N]\n";
+        return kExitUsage;
+    }
+    // The embedded provider would create a missing file: it is looked for first.
+    const std::string file = byConnection ? std::string() : arguments[0].toStdString();
+    if (!byConnection && !std::filesystem::is_regular_file(file)) {
+        std::cerr << "kvlnmov-viewer: '" << file
+                  << "' is not a database file (create one with kvlnmov init)\n";
         return kExitUsage;
     }
 
     kvlnmov::setUserInterface(std::make_shared<kvlnmov::viewer::QtUserInterface>());
     kvlnmov::setEntryViewerFormHook(std::make_shared<kvlnmov::viewer::QtFormHook>());
     try {
-        const auto connection = kvlnmov::db::openConnection("Provider=SQLite;Data Source=" +
-                                                            arguments[0].toStdString());
+        const auto connection = kvlnmov::db::openConnection(
+            byConnection ? parser.value(connectionOption).toStdString()
+                         : "Provider=SQLite;Data Source=" + file);
         std::int16_t companyCode = static_cast<std::int16_t>(company);
         std::int16_t exerciseCode = static_cast<std::int16_t>(exercise);
         if (company < 0)

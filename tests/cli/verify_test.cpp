@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "kvlnmov/core/empresa_context.h"
+#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/frame/regional.h"
 #include "kvlnmov/journal/cls_asiento.h"
@@ -146,9 +147,10 @@ TEST_F(VerifyToolTest, BadArgumentsAreUsageErrors) {
     const UsageCase cases[] = {
         {{"verify", missing},
          "kvlnmov: '" + missing + "' is not a database file (create one with kvlnmov init)\n"},
-        {{"verify"}, "kvlnmov: give a database file or --connection, one of the two\n"},
+        {{"verify"}, "DB is required\nRun with --help for more information.\n"},
         {{"verify", database_, "--connection", "Provider=SQLite;Data Source=" + database_},
-         "kvlnmov: give a database file or --connection, one of the two\n"},
+         "The following argument was not expected: " + database_ +
+             "\nRun with --help for more information.\n"},
         {{"verify", database_, "--company", "2"},
          "kvlnmov: no exercise in Empresas_Ejercicios matches --company/--exercise\n"},
     };
@@ -238,6 +240,77 @@ TEST(VerifyConnectionTest, AConnectionStringOpensTheDatabaseItNames) {
     EXPECT_EQ(kvlnmov({"verify", "--connection", connectionString, "--repair"}).exitCode, 0);
     ToolRun again = kvlnmov({"verify", "--connection", connectionString});
     EXPECT_EQ(again.exitCode, 0) << again.out;
+}
+
+/// Every command that opens a company database takes `--connection CS` in place of the file:
+/// the demo company written through the test provider's connection reads the same through
+/// the connection as through the file, and a command writes through it.
+TEST(ToolConnectionTest, EveryCommandTakesAConnectionInPlaceOfTheFile) {
+    TestDatabase database;
+    const std::string connection = database.connectionString();
+    const std::string capture = (database.folder() / "run").string();
+    auto kvlnmov = [&](std::vector<std::string> arguments) {
+        return runTool(KVLNMOV_CLI, std::move(arguments), capture);
+    };
+    ToolRun demo = kvlnmov({"demo", "--connection", connection});
+    ASSERT_EQ(demo.exitCode, 0) << demo.err;
+    EXPECT_NE(demo.out.find("Demonstration company database: the connection's database\n"),
+              std::string::npos);
+    EXPECT_EQ(demo.out.find(connection), std::string::npos) << "the connection string is printed";
+
+    const std::vector<std::vector<std::string>> readers = {
+        {"balance"},
+        {"balance", "--level", "1", "--periods"},
+        {"books"},
+        {"show", "5"},
+        {"sql", "SELECT Codigo, Fecha FROM Asientos ORDER BY Codigo"},
+        {"verify"},
+    };
+    const bool file = testProvider() != TestProvider::SqlServer;
+    for (const auto& reader : readers) {
+        std::vector<std::string> byConnection = reader;
+        byConnection.insert(byConnection.begin() + 1, {"--connection", connection});
+        ToolRun read = kvlnmov(byConnection);
+        EXPECT_EQ(read.exitCode, 0) << reader[0] << ": " << read.err;
+        EXPECT_NE(read.out, "") << reader[0];
+        if (!file) continue;
+        std::vector<std::string> byFile = reader;
+        byFile.insert(byFile.begin() + 1, database.file());
+        ToolRun same = kvlnmov(byFile);
+        EXPECT_EQ(same.exitCode, 0) << reader[0] << ": " << same.err;
+        EXPECT_EQ(same.out, read.out) << reader[0];
+    }
+
+    ToolRun annul = kvlnmov({"annul", "--connection", connection, "3", "--user", "9"});
+    ASSERT_EQ(annul.exitCode, 0) << annul.err;
+    db::Recordset backups;
+    backups.Open("SELECT Codigo, Usuario FROM BakAnulado_Asientos", database.connect());
+    ASSERT_FALSE(backups.Eof());
+    EXPECT_EQ(backups.Fields("Codigo").toLong(), 3);
+    EXPECT_EQ(backups.Fields("Usuario").toLong(), 9);
+    backups.MoveNext();
+    EXPECT_TRUE(backups.Eof());
+    backups.Close();
+    resetLibrary();
+}
+
+TEST_F(VerifyToolTest, AMissingFileIsRefusedAndNeverCreated) {
+    const std::string missing = (folder_ / "missing.db").string();
+    const std::string refusal =
+        "kvlnmov: '" + missing + "' is not a database file (create one with kvlnmov init)\n";
+    const std::vector<std::vector<std::string>> commands = {
+        {"balance", missing},      {"books", missing},
+        {"show", missing, "1"},    {"sql", missing, "SELECT 1"},
+        {"annul", missing, "1"},   {"renumber", missing, "1", "2"},
+        {"post", missing, "x.csv"}};
+    for (const auto& command : commands) {
+        ToolRun run = kvlnmov(command);
+        EXPECT_EQ(run.exitCode, 2) << command[0];
+        if (command[0] != "post") {
+            EXPECT_EQ(run.err, refusal) << command[0];
+        }
+        EXPECT_FALSE(std::filesystem::exists(missing)) << command[0];
+    }
 }
 
 }  // namespace
