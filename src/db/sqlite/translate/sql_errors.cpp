@@ -46,7 +46,11 @@ Error SqlErrors::multipartNotBound(std::string_view qualifier, std::string_view 
 }
 
 Error SqlErrors::unknownFunction(std::string_view name) const {
-    return syntax("'" + std::string(name) + "' is not a recognized built-in function name.");
+    // Appended piece by piece: GCC 12 at -O3 misreads "'" + std::string(...) as an overlapping
+    // copy (a false -Wrestrict).
+    std::string text = "'";
+    text.append(name).append("' is not a recognized built-in function name.");
+    return syntax(text);
 }
 
 Error SqlErrors::undeclaredVariable(std::string_view name) const {
