@@ -1,7 +1,10 @@
-# Shared build settings: warnings as errors, sanitizers, and a helper to add a test.
+# Shared build settings: warnings (as errors with KVLNMOV_WERROR), sanitizers, and a helper to add a test.
 
+# Warnings are errors in the test command, CI and the developer presets (KVLNMOV_WERROR=ON),
+# not in a user's build, where another compiler's new warning must not stop it.
+option(KVLNMOV_WERROR "Treat build warnings as errors" OFF)
 add_library(kvlnmov_warnings INTERFACE)
-target_compile_options(kvlnmov_warnings INTERFACE -Wall -Wextra -Werror)
+target_compile_options(kvlnmov_warnings INTERFACE -Wall -Wextra $<$<BOOL:${KVLNMOV_WERROR}>:-Werror>)
 
 option(KVLNMOV_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 if(KVLNMOV_SANITIZE)
