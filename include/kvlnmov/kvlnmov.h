@@ -165,7 +165,7 @@ KVLNMOV_API kvlnmov_status kvlnmov_date_from_serial(int32_t serial, int32_t mill
 
 /* Ends one reference (NULL is ignored). */
 KVLNMOV_API void kvlnmov_release(kvlnmov_object* object);
-/* A new reference to the same object. */
+/* A new reference to the same object (NULL for NULL, or when memory is out). */
 KVLNMOV_API kvlnmov_object* kvlnmov_retain(kvlnmov_object* object);
 /* True (1) when both handles reach the same object. */
 KVLNMOV_API int kvlnmov_same_object(const kvlnmov_object* a, const kvlnmov_object* b);

@@ -13,7 +13,8 @@
 
 Properties and operations of an object are its attributes, by the names the library registers
 (any case). An indexed property is reached with brackets: ``book.Base[0] = Decimal("100")``.
-Values cross as Python values: None is Null, ``kvlnmov.EMPTY`` is Empty, bool, int, float,
+Values cross as Python values: None is Null (and Nothing for an object-typed property),
+``kvlnmov.EMPTY`` is Empty, bool, int (beyond 32 bits as exact currency), float,
 ``decimal.Decimal`` for currency (exact, four decimals), ``datetime.date`` and
 ``datetime.datetime`` for dates, str, and the library's objects. Every failure raises
 ``kvlnmov.Error`` with the library's ``number``, ``source`` and ``description``.
@@ -127,9 +128,13 @@ class _In:
     def __init__(self):
         self._keep = []
 
-    def variant(self, value):
+    def variant(self, value, object_kind=False):
+        """`object_kind`: the value goes to an object-typed property, where None is Nothing."""
         v = _n.Variant()
-        if value is EMPTY:
+        if value is None and object_kind:
+            v.type = _n.OBJECT
+            v.value.object = None
+        elif value is EMPTY:
             v.type = _n.EMPTY_TYPE
         elif value is None:
             v.type = _n.NULL_TYPE
@@ -162,7 +167,7 @@ class _In:
             v.value.text = ctypes.cast(encoded, ctypes.c_void_p)
         elif isinstance(value, Object):
             v.type = _n.OBJECT
-            v.value.object = value._handle
+            v.value.object = value._live()
             self._keep.append(value)
         else:
             raise TypeError(f"kvlnmov cannot pass a value of type {type(value).__name__}")
@@ -321,7 +326,8 @@ class Object:
         """Writes property `name` (with its index, for an indexed property)."""
         values = _In()
         array, count = values.array(index)
-        v = values.variant(value)
+        member = _members(self._class_name).get(name.lower())
+        v = values.variant(value, member is not None and member[1].kind == "Object")
         _call(_n.lib.kvlnmov_put, self._live(), _encode(name), array, count, ctypes.byref(v))
 
     def invoke(self, name, *arguments):
@@ -369,7 +375,8 @@ class Object:
         return bool(_n.lib.kvlnmov_same_object(self._handle, other._handle))
 
     def __hash__(self):
-        return id(self)
+        # Wrappers of one object are equal, so the hash may depend only on what they share.
+        return hash(self._class_name)
 
     def __repr__(self):
         return f"<kvlnmov {self._class_name}>"

@@ -230,6 +230,17 @@ class ValuesTest(CompanyTest):
         self.assertEqual(self.round_trip(obj), obj)
         self.assertIsNot(self.round_trip(obj), obj)
 
+    def test_a_released_object_is_no_object(self):
+        line = kvlnmov.create("KVLNMOV.clsMov")
+        concept = kvlnmov.create("KVLNMOV.clsConcepto")
+        self.assertEqual(len({concept, self.round_trip(concept)}), 1)
+        concept.release()
+        message = "Object variable or With block variable not set"
+        self.assertError(91, "KVLNMOV", message, concept.get, "Codigo")
+        self.assertError(91, "KVLNMOV", message, setattr, line, "cEmpresa", concept)
+        line.cEmpresa = None  # Nothing
+        self.assertError(91, "clsMov::Insertar", message, line.Insertar)
+
     def test_properties_convert_by_their_declared_kind(self):
         line = kvlnmov.create("KVLNMOV.clsMov")
         line.Debe = "1234,5678"  # texts are read with the regional (Spanish) settings
