@@ -23,6 +23,8 @@
  * `kvlnmov_error_clear` releases it at the end. Failures that are not library errors are
  * reported too: out of memory as 7 "Out of memory", anything else as -2147467259 with the
  * reason as description (source "KVLNMOV" for both). No C++ exception crosses this interface.
+ * A failing call leaves its output handles NULL and its output variants Empty. A NULL where a
+ * text, an output or a record is required fails with 5 "Invalid procedure call or argument".
  *
  * Texts are UTF-8 and end with a NUL byte. Every text the library returns is a new copy that
  * belongs to the caller: free a lone text with `kvlnmov_free`; texts inside a variant, an error
