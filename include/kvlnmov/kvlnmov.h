@@ -12,7 +12,8 @@
  * reference that the caller ends with `kvlnmov_release`; the object itself ends when its last
  * reference goes (a context held by an object stays alive while that object holds it).
  * Functions that need a particular kind of object (a connection, a context, a recordset)
- * refuse another with error 13 "Type mismatch" (source "KVLNMOV").
+ * refuse another with error 13 "Type mismatch", and a NULL handle with 91 "Object variable or
+ * With block variable not set" (source "KVLNMOV").
  *
  * Errors. Every function that can fail returns `kvlnmov_status`: KVLNMOV_OK (0) or
  * KVLNMOV_FAILED (1), and takes a `kvlnmov_error* error` last (NULL when the caller does not

@@ -130,6 +130,7 @@ int kvlnmov_same_object(const kvlnmov_object* a, const kvlnmov_object* b) {
 }
 
 kvlnmov_status kvlnmov_class_name(kvlnmov_object* object, char** name, kvlnmov_error* error) {
+    if (name) *name = nullptr;
     return guarded(error, [&] {
         if (!name) throw kvlnmov::capi::invalidArgument();
         *name = kvlnmov::capi::copyText(objectOf(object).className());
