@@ -186,6 +186,15 @@ static void test_errors_cross_intact(void) {
     CHECK_INT(error.number, 0);
     CHECK(error.source == NULL && error.description == NULL);
 
+    /* Arguments the interface cannot take, and a connection string no provider takes. */
+    EXPECT_ERROR(kvlnmov_create(NULL, &object, &err_), 5, "KVLNMOV",
+                 "Invalid procedure call or argument");
+    CHECK(object == NULL);
+    EXPECT_ERROR(kvlnmov_connect("Provider=SQLite", &object, &err_), -2147467259,
+                 "ADODB.Connection", "The connection string names no Data Source.");
+    EXPECT_ERROR(kvlnmov_query(connection, "SELECT 1", NULL, &err_), 5, "KVLNMOV",
+                 "Invalid procedure call or argument");
+
     /* A database that cannot be opened. */
     snprintf(text, sizeof text, "Provider=SQLite;Data Source=%s/missing.db;Mode=Read", folder);
     CHECK_INT(kvlnmov_connect(text, &object, &error), KVLNMOV_FAILED);
