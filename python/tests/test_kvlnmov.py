@@ -5,6 +5,8 @@ import datetime
 import os
 import re
 import shutil
+import subprocess
+import sys
 import tempfile
 import unittest
 from decimal import Decimal
@@ -337,6 +339,40 @@ class LibraryTest(unittest.TestCase):
         self.assertEqual(ctx["UsuarioActual"], 9)
         self.assertIs(ctx["NoDefinido"], kvlnmov.EMPTY)
         self.assertEqual(ctx.class_name, "cEmpresa")
+
+
+class LoadingTest(unittest.TestCase):
+    """Where the module finds the shared library when KVLNMOV_LIBRARY does not say."""
+
+    def test_a_library_next_to_the_package_is_found(self):
+        library = os.environ.get("KVLNMOV_LIBRARY")
+        if not library:
+            self.skipTest("KVLNMOV_LIBRARY names no library to copy")
+        folder = tempfile.mkdtemp(prefix="kvlnmov-package-")
+        try:
+            package = os.path.join(folder, "kvlnmov")
+            shutil.copytree(os.path.dirname(kvlnmov.__file__), package,
+                            ignore=shutil.ignore_patterns("__pycache__"))
+            os.symlink(os.path.realpath(library), os.path.join(package, "libkvlnmov.so"))
+            environment = {k: v for k, v in os.environ.items() if k != "KVLNMOV_LIBRARY"}
+            environment["PYTHONPATH"] = folder
+            script = ("import kvlnmov, kvlnmov._native as n; "
+                      "print(kvlnmov.__file__, n.lib._name, kvlnmov.version())")
+            ran = subprocess.run([sys.executable, "-c", script], env=environment,
+                                 capture_output=True, text=True, check=True)
+            self.assertEqual(ran.stdout.split(), [
+                os.path.join(package, "__init__.py"), os.path.join(package, "libkvlnmov.so"),
+                kvlnmov.version()])
+        finally:
+            shutil.rmtree(folder, ignore_errors=True)
+
+    def test_a_library_that_cannot_be_loaded_is_reported(self):
+        environment = dict(os.environ, KVLNMOV_LIBRARY="/nonexistent/libkvlnmov.so")
+        ran = subprocess.run([sys.executable, "-c", "import kvlnmov"], env=environment,
+                             capture_output=True, text=True)
+        self.assertNotEqual(ran.returncode, 0)
+        self.assertIn("ImportError: kvlnmov: cannot load libkvlnmov.so (set KVLNMOV_LIBRARY): "
+                      "/nonexistent/libkvlnmov.so", ran.stderr)
 
 
 class ReadmeExampleTest(unittest.TestCase):
