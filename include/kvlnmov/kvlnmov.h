@@ -44,7 +44,7 @@
  * may move between threads between calls.
  *
  * Message boxes an operation shows are written to standard error and answered with their
- * first button.
+ * first button, unless the application installs its own (`kvlnmov_set_user_interface`).
  */
 
 #include <stddef.h>
@@ -90,6 +90,23 @@ KVLNMOV_API const char* kvlnmov_version(void);
  * before working on another database in the same process (the first connection given to an
  * object stays the shared one until then). Objects already made keep their own references. */
 KVLNMOV_API void kvlnmov_reset(void);
+
+/* The application's user interface. `message_box` shows a modal message and returns the
+ * button chosen: 1 OK, 2 Cancel, 3 Abort, 4 Retry, 5 Ignore, 6 Yes, 7 No (0, or a button the
+ * box does not have, takes the first button). `icon` is 0 (none), 16 (critical), 32 (question),
+ * 48 (exclamation) or 64 (information); `buttons` 0 OK, 1 OK/Cancel, 2 Abort/Retry/Ignore,
+ * 3 Yes/No/Cancel, 4 Yes/No, 5 Retry/Cancel. `yield` runs while an operation waits between
+ * retries of a failing statement, so that the application can process its events. Either may
+ * be NULL (a NULL message box writes to standard error and takes the first button); both NULL
+ * restore the default. Callbacks run on the calling thread, inside the call that shows the box,
+ * and must return normally (no longjmp, no exception); they must not call into the library.
+ * The user interface is library-wide state: `kvlnmov_reset` forgets it. */
+typedef int32_t (*kvlnmov_message_box_fn)(void* user_data, const char* text, int32_t icon,
+                                          int32_t buttons, const char* title);
+typedef void (*kvlnmov_yield_fn)(void* user_data);
+KVLNMOV_API kvlnmov_status kvlnmov_set_user_interface(kvlnmov_message_box_fn message_box,
+                                                      kvlnmov_yield_fn yield, void* user_data,
+                                                      kvlnmov_error* error);
 
 /* ---------------------------------------------------------------------------------------- */
 /* Values */

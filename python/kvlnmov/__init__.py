@@ -31,7 +31,7 @@ from collections import namedtuple
 from . import _native as _n
 
 __all__ = ["Error", "EMPTY", "connect", "create", "Context", "Connection", "Object", "Recordset",
-           "registered_classes", "reset", "version"]
+           "registered_classes", "reset", "set_user_interface", "version"]
 
 
 class Error(Exception):
@@ -572,6 +572,37 @@ def create(prog_id):
 def reset():
     """Forgets the library-wide state (the shared connection): before using another database."""
     _n.lib.kvlnmov_reset()
+
+
+_user_interface = None  # the installed callbacks, kept alive while the library may call them
+
+
+def set_user_interface(message_box=None, yield_=None):
+    """Installs the application's user interface: ``message_box(text, icon, buttons, title)``
+    shows a message and returns the button chosen (1 OK, 2 Cancel, 3 Abort, 4 Retry, 5 Ignore,
+    6 Yes, 7 No; None or 0 takes the first button); ``yield_()`` runs while an operation waits
+    between retries. Icons and buttons are numbered as kvlnmov.h numbers them. Both None restore
+    the default (standard error, first button). A callback that raises takes the first button.
+    ``reset()`` forgets the interface too."""
+    global _user_interface
+
+    def box(_, text, icon, buttons, title):
+        try:
+            return int(message_box(text.decode("utf-8"), icon, buttons,
+                                   title.decode("utf-8")) or 0)
+        except Exception:  # an exception cannot cross into the library
+            return 0
+
+    def pause(_):
+        try:
+            yield_()
+        except Exception:
+            pass
+
+    callbacks = (_n.MESSAGE_BOX(box) if message_box else _n.MESSAGE_BOX(),
+                 _n.YIELD(pause) if yield_ else _n.YIELD())
+    _call(_n.lib.kvlnmov_set_user_interface, callbacks[0], callbacks[1], None)
+    _user_interface = callbacks if (message_box or yield_) else None
 
 
 def version():

@@ -132,7 +132,12 @@ def _declare(name, result, *arguments):
     function.argtypes = list(arguments)
 
 
+MESSAGE_BOX = ctypes.CFUNCTYPE(ctypes.c_int32, ctypes.c_void_p, ctypes.c_char_p, ctypes.c_int32,
+                               ctypes.c_int32, ctypes.c_char_p)
+YIELD = ctypes.CFUNCTYPE(None, ctypes.c_void_p)
+
 _declare("kvlnmov_version", ctypes.c_char_p)
+_declare("kvlnmov_set_user_interface", _status, MESSAGE_BOX, YIELD, ctypes.c_void_p, _error)
 _declare("kvlnmov_reset", None)
 _declare("kvlnmov_free", None, ctypes.c_void_p)
 _declare("kvlnmov_error_clear", None, _error)

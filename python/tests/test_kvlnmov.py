@@ -280,6 +280,33 @@ class ValuesTest(CompanyTest):
                          "Requested operation requires a current record.", rows.field, 0)
 
 
+class UserInterfaceTest(CompanyTest):
+    def tearDown(self):
+        kvlnmov.set_user_interface()
+        super().tearDown()
+
+    def test_message_boxes_and_yields_reach_the_application(self):
+        boxes, yields = [], []
+        kvlnmov.set_user_interface(lambda *box: boxes.append(box), lambda: yields.append(1))
+        forecast = kvlnmov.create("KVLNMOV.clsPrevCobros")
+        self.assertEqual(forecast.Documento, 0)
+        self.assertEqual(boxes, [("DESCATALOGADO. Use DocumentoSTR", 48, 0, "¡ Atención !")])
+
+        line = self.bound("KVLNMOV.clsMov")
+        line.Asiento = 1
+        line.Fecha_Asiento = datetime.date(2026, 3, 2)
+        line.Cuenta = "43000001"
+        line.Debe = Decimal(1)
+        line.Concepto = "L'Oreal"
+        self.assertError(-2147217900, "clsMov::Insertar", "Incorrect syntax near 'Oreal'.",
+                         line.Insertar)
+        self.assertEqual(len(yields), 6)
+
+        kvlnmov.set_user_interface()
+        self.assertEqual(forecast.Documento, 0)
+        self.assertEqual(len(boxes), 1)
+
+
 class ErrorsTest(CompanyTest):
     def test_errors_carry_number_source_and_description(self):
         self.assertError(429, "KVLNMOV", "ActiveX component can't create object",

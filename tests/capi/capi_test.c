@@ -647,6 +647,86 @@ static void test_recordset_filled_by_an_operation(void) {
     kvlnmov_reset();
 }
 
+/* What the application's user interface was asked. */
+struct shown {
+    int boxes;
+    char text[128];
+    char title[64];
+    int32_t icon, buttons;
+    int32_t answer;
+    int yields;
+};
+
+static int32_t record_box(void* data, const char* text, int32_t icon, int32_t buttons,
+                          const char* title) {
+    struct shown* shown = (struct shown*)data;
+    ++shown->boxes;
+    snprintf(shown->text, sizeof shown->text, "%s", text);
+    snprintf(shown->title, sizeof shown->title, "%s", title);
+    shown->icon = icon;
+    shown->buttons = buttons;
+    return shown->answer;
+}
+
+static void record_yield(void* data) { ++((struct shown*)data)->yields; }
+
+static void test_message_boxes_and_yields_reach_the_application(void) {
+    struct shown shown;
+    kvlnmov_object* forecast = NULL;
+    kvlnmov_object* connection = open_company("retries.db");
+    kvlnmov_object* context = NULL;
+    kvlnmov_object* line = NULL;
+    kvlnmov_variant value = kvlnmov_empty();
+
+    memset(&shown, 0, sizeof shown);
+    MUST(kvlnmov_set_user_interface(record_box, record_yield, &shown, &e_));
+    /* The obsolete numeric document of a forecast says so in a message box. */
+    MUST(kvlnmov_create("KVLNMOV.clsPrevCobros", &forecast, &e_));
+    MUST(kvlnmov_get(forecast, "Documento", NULL, 0, &value, &e_));
+    CHECK_INT(value.type, KVLNMOV_LONG);
+    CHECK_INT(value.value.long_value, 0);
+    CHECK_INT(shown.boxes, 1);
+    CHECK_TEXT(shown.text, "DESCATALOGADO. Use DocumentoSTR");
+    CHECK_TEXT(shown.title, "\xc2\xa1 Atenci\xc3\xb3n !");
+    CHECK_INT(shown.icon, 48);
+    CHECK_INT(shown.buttons, 0);
+
+    /* A line whose statement fails (a concept holding a quote would end its literal): the
+     * statement is tried seven times, the application yielding between attempts, and the
+     * server's syntax error reaches the caller under the operation's source. */
+    MUST(kvlnmov_context_open(connection, 1, 2026, &context, &e_));
+    MUST(kvlnmov_create("KVLNMOV.clsMov", &line, &e_));
+    set_object(line, "Conexion", connection);
+    set_object(line, "cEmpresa", context);
+    put(line, "Asiento", kvlnmov_long(1));
+    put(line, "Fecha_Asiento", kvlnmov_date_value(2026, 3, 2));
+    put(line, "Cuenta", kvlnmov_text("43000001"));
+    put(line, "Debe", kvlnmov_currency(10000));
+    put(line, "Concepto", kvlnmov_text("L'Oreal"));
+    EXPECT_ERROR(kvlnmov_invoke(line, "Insertar", NULL, 0, NULL, &err_), -2147217900,
+                 "clsMov::Insertar", "Incorrect syntax near 'Oreal'.");
+    CHECK_INT(shown.yields, 6);
+    CHECK_INT(shown.boxes, 1);
+    {
+        kvlnmov_object* rows = NULL;
+        MUST(kvlnmov_query(connection, "SELECT COUNT(*) FROM Movimientos", &rows, &e_));
+        MUST(kvlnmov_recordset_field(rows, 0, &value, &e_));
+        CHECK_INT(value.value.long_value, 0);
+        kvlnmov_release(rows);
+    }
+
+    /* Both NULL restore the default interface; the recording one is asked no more. */
+    MUST(kvlnmov_set_user_interface(NULL, NULL, NULL, &e_));
+    MUST(kvlnmov_get(forecast, "Documento", NULL, 0, &value, &e_));
+    CHECK_INT(shown.boxes, 1);
+
+    kvlnmov_release(line);
+    kvlnmov_release(context);
+    kvlnmov_release(forecast);
+    kvlnmov_release(connection);
+    kvlnmov_reset();
+}
+
 static const kvlnmov_class_info* find_class(const kvlnmov_class_info* classes, size_t count,
                                             const char* prog_id) {
     size_t i;
@@ -752,6 +832,7 @@ int main(void) {
     test_entry_posted_with_its_balances();
     test_recordset_filled_by_an_operation();
     test_registered_classes_with_their_members();
+    test_message_boxes_and_yields_reach_the_application();
     {
         char command[512];
         snprintf(command, sizeof command, "rm -rf '%s'", folder);
