@@ -74,7 +74,8 @@ typedef struct kvlnmov_error {
     char* description;
 } kvlnmov_error;
 
-#define KVLNMOV_ERROR_INIT {0, 0, NULL, NULL}
+#define KVLNMOV_ERROR_INIT \
+    { 0, 0, NULL, NULL }
 
 /* Releases the texts of an error and resets it to number 0 (safe on a zeroed error). */
 KVLNMOV_API void kvlnmov_error_clear(kvlnmov_error* error);
@@ -115,8 +116,8 @@ KVLNMOV_API kvlnmov_status kvlnmov_set_user_interface(kvlnmov_message_box_fn mes
 typedef enum kvlnmov_type {
     KVLNMOV_EMPTY = 0,
     KVLNMOV_NULL = 1,
-    KVLNMOV_INTEGER = 2,  /* signed 16-bit */
-    KVLNMOV_LONG = 3,     /* signed 32-bit */
+    KVLNMOV_INTEGER = 2, /* signed 16-bit */
+    KVLNMOV_LONG = 3,    /* signed 32-bit */
     KVLNMOV_DOUBLE = 5,
     KVLNMOV_CURRENCY = 6, /* exact: a signed 64-bit count of ten-thousandths */
     KVLNMOV_DATE = 7,
@@ -140,14 +141,14 @@ typedef struct kvlnmov_object kvlnmov_object;
 typedef struct kvlnmov_variant {
     int32_t type; /* a kvlnmov_type other than KVLNMOV_VARIANT and KVLNMOV_VOID */
     union {
-        int32_t boolean;     /* KVLNMOV_BOOLEAN: 0 is False; the library writes True as 1 */
-        uint8_t byte;        /* KVLNMOV_BYTE */
-        int16_t integer;     /* KVLNMOV_INTEGER */
-        int32_t long_value;  /* KVLNMOV_LONG */
-        int64_t currency;    /* KVLNMOV_CURRENCY: ten-thousandths, 12345 is 1.2345 */
-        double real;         /* KVLNMOV_DOUBLE */
-        kvlnmov_date date;   /* KVLNMOV_DATE */
-        const char* text;    /* KVLNMOV_STRING (UTF-8) */
+        int32_t boolean;        /* KVLNMOV_BOOLEAN: 0 is False; the library writes True as 1 */
+        uint8_t byte;           /* KVLNMOV_BYTE */
+        int16_t integer;        /* KVLNMOV_INTEGER */
+        int32_t long_value;     /* KVLNMOV_LONG */
+        int64_t currency;       /* KVLNMOV_CURRENCY: ten-thousandths, 12345 is 1.2345 */
+        double real;            /* KVLNMOV_DOUBLE */
+        kvlnmov_date date;      /* KVLNMOV_DATE */
+        const char* text;       /* KVLNMOV_STRING (UTF-8) */
         kvlnmov_object* object; /* KVLNMOV_OBJECT; NULL is the reference set to Nothing */
     } value;
 } kvlnmov_variant;
@@ -241,10 +242,10 @@ typedef struct kvlnmov_company_seed {
     const char* name;       /* the company's name */
     kvlnmov_date first_day; /* of the exercise */
     kvlnmov_date last_day;
-    const char* levels;     /* the chart's level lengths, "1,2,3,4,8" */
-    int16_t numbering;      /* entry numbering scheme: 0, 1 or 2 */
-    int16_t tax;            /* indirect-tax kind: 1 keeps the IGIC book */
-    int32_t open;           /* nonzero: the exercise is open */
+    const char* levels; /* the chart's level lengths, "1,2,3,4,8" */
+    int16_t numbering;  /* entry numbering scheme: 0, 1 or 2 */
+    int16_t tax;        /* indirect-tax kind: 1 keeps the IGIC book */
+    int32_t open;       /* nonzero: the exercise is open */
 } kvlnmov_company_seed;
 
 /* The defaults: company 1, exercise 2026 from 1 January to 31 December 2026, "Empresa de
@@ -291,15 +292,14 @@ KVLNMOV_API kvlnmov_status kvlnmov_context_value(kvlnmov_object* context, const 
 
 /* A recordset not yet open, for operations that open the recordset they are given
  * (clsMovAut.Cargar). */
-KVLNMOV_API kvlnmov_status kvlnmov_recordset_new(kvlnmov_object** recordset,
-                                                 kvlnmov_error* error);
+KVLNMOV_API kvlnmov_status kvlnmov_recordset_new(kvlnmov_object** recordset, kvlnmov_error* error);
 /* `eof` receives 1 when there is no current row. */
 KVLNMOV_API kvlnmov_status kvlnmov_recordset_eof(kvlnmov_object* recordset, int* eof,
                                                  kvlnmov_error* error);
 KVLNMOV_API kvlnmov_status kvlnmov_recordset_move_next(kvlnmov_object* recordset,
                                                        kvlnmov_error* error);
-KVLNMOV_API kvlnmov_status kvlnmov_recordset_field_count(kvlnmov_object* recordset,
-                                                         int32_t* count, kvlnmov_error* error);
+KVLNMOV_API kvlnmov_status kvlnmov_recordset_field_count(kvlnmov_object* recordset, int32_t* count,
+                                                         kvlnmov_error* error);
 /* The name of column `index` (from 0); an index out of range fails with 3265. */
 KVLNMOV_API kvlnmov_status kvlnmov_recordset_field_name(kvlnmov_object* recordset, int32_t index,
                                                         char** name, kvlnmov_error* error);
@@ -309,8 +309,7 @@ KVLNMOV_API kvlnmov_status kvlnmov_recordset_field_name(kvlnmov_object* recordse
 KVLNMOV_API kvlnmov_status kvlnmov_recordset_field(kvlnmov_object* recordset, int32_t index,
                                                    kvlnmov_variant* value, kvlnmov_error* error);
 KVLNMOV_API kvlnmov_status kvlnmov_recordset_field_by_name(kvlnmov_object* recordset,
-                                                           const char* name,
-                                                           kvlnmov_variant* value,
+                                                           const char* name, kvlnmov_variant* value,
                                                            kvlnmov_error* error);
 
 /* ---------------------------------------------------------------------------------------- */
@@ -347,8 +346,8 @@ typedef struct kvlnmov_class_info {
 } kvlnmov_class_info;
 
 /* Every registered class with its members, in ProgID order; free with kvlnmov_classes_free. */
-KVLNMOV_API kvlnmov_status kvlnmov_registered_classes(kvlnmov_class_info** classes,
-                                                      size_t* count, kvlnmov_error* error);
+KVLNMOV_API kvlnmov_status kvlnmov_registered_classes(kvlnmov_class_info** classes, size_t* count,
+                                                      kvlnmov_error* error);
 KVLNMOV_API void kvlnmov_classes_free(kvlnmov_class_info* classes, size_t count);
 
 #ifdef __cplusplus

@@ -1,12 +1,12 @@
 // Late binding through the C interface: objects by ProgID, members by name, the listing of
 // the registered classes, and the library-wide calls.
 
+#include <capi_version.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <new>
 #include <vector>
-
-#include <capi_version.h>
 
 #include "capi/handles.h"
 #include "kvlnmov/core/library.h"
@@ -32,17 +32,28 @@ void setEmpty(kvlnmov_variant* result) {
 
 std::int32_t kindOf(ValueKind kind) {
     switch (kind) {
-        case ValueKind::Void: return KVLNMOV_VOID;
-        case ValueKind::Boolean: return KVLNMOV_BOOLEAN;
-        case ValueKind::Byte: return KVLNMOV_BYTE;
-        case ValueKind::Integer: return KVLNMOV_INTEGER;
-        case ValueKind::Long: return KVLNMOV_LONG;
-        case ValueKind::Currency: return KVLNMOV_CURRENCY;
-        case ValueKind::Double: return KVLNMOV_DOUBLE;
-        case ValueKind::Date: return KVLNMOV_DATE;
-        case ValueKind::String: return KVLNMOV_STRING;
-        case ValueKind::Object: return KVLNMOV_OBJECT;
-        case ValueKind::Variant: return KVLNMOV_VARIANT;
+        case ValueKind::Void:
+            return KVLNMOV_VOID;
+        case ValueKind::Boolean:
+            return KVLNMOV_BOOLEAN;
+        case ValueKind::Byte:
+            return KVLNMOV_BYTE;
+        case ValueKind::Integer:
+            return KVLNMOV_INTEGER;
+        case ValueKind::Long:
+            return KVLNMOV_LONG;
+        case ValueKind::Currency:
+            return KVLNMOV_CURRENCY;
+        case ValueKind::Double:
+            return KVLNMOV_DOUBLE;
+        case ValueKind::Date:
+            return KVLNMOV_DATE;
+        case ValueKind::String:
+            return KVLNMOV_STRING;
+        case ValueKind::Object:
+            return KVLNMOV_OBJECT;
+        case ValueKind::Variant:
+            return KVLNMOV_VARIANT;
     }
     return KVLNMOV_VARIANT;
 }
@@ -160,8 +171,7 @@ kvlnmov_status kvlnmov_get(kvlnmov_object* object, const char* name, const kvlnm
 }
 
 kvlnmov_status kvlnmov_put(kvlnmov_object* object, const char* name, const kvlnmov_variant* index,
-                           size_t index_count, const kvlnmov_variant* value,
-                           kvlnmov_error* error) {
+                           size_t index_count, const kvlnmov_variant* value, kvlnmov_error* error) {
     return guarded(error, [&] {
         if (!value) throw kvlnmov::capi::invalidArgument();
         kvlnmov::Object& target = objectOf(object);

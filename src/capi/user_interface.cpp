@@ -1,10 +1,11 @@
 // The application's message boxes and yields through C callbacks.
 
+#include "kvlnmov/core/user_interface.h"
+
 #include <memory>
 
 #include "capi/handles.h"
 #include "kvlnmov/core/library.h"
-#include "kvlnmov/core/user_interface.h"
 
 namespace kvlnmov::capi {
 
@@ -12,11 +13,16 @@ namespace {
 
 std::int32_t iconCode(MsgBoxIcon icon) {
     switch (icon) {
-        case MsgBoxIcon::None: return 0;
-        case MsgBoxIcon::Critical: return 16;
-        case MsgBoxIcon::Question: return 32;
-        case MsgBoxIcon::Exclamation: return 48;
-        case MsgBoxIcon::Information: return 64;
+        case MsgBoxIcon::None:
+            return 0;
+        case MsgBoxIcon::Critical:
+            return 16;
+        case MsgBoxIcon::Question:
+            return 32;
+        case MsgBoxIcon::Exclamation:
+            return 48;
+        case MsgBoxIcon::Information:
+            return 64;
     }
     return 0;
 }
@@ -26,7 +32,8 @@ std::int32_t buttonsCode(MsgBoxButtons buttons) { return static_cast<std::int32_
 /// True when a box with `buttons` has the button `answer`.
 bool offers(MsgBoxButtons buttons, MsgBoxResult answer) {
     switch (buttons) {
-        case MsgBoxButtons::Ok: return answer == MsgBoxResult::Ok;
+        case MsgBoxButtons::Ok:
+            return answer == MsgBoxResult::Ok;
         case MsgBoxButtons::OkCancel:
             return answer == MsgBoxResult::Ok || answer == MsgBoxResult::Cancel;
         case MsgBoxButtons::AbortRetryIgnore:
@@ -35,7 +42,8 @@ bool offers(MsgBoxButtons buttons, MsgBoxResult answer) {
         case MsgBoxButtons::YesNoCancel:
             return answer == MsgBoxResult::Yes || answer == MsgBoxResult::No ||
                    answer == MsgBoxResult::Cancel;
-        case MsgBoxButtons::YesNo: return answer == MsgBoxResult::Yes || answer == MsgBoxResult::No;
+        case MsgBoxButtons::YesNo:
+            return answer == MsgBoxResult::Yes || answer == MsgBoxResult::No;
         case MsgBoxButtons::RetryCancel:
             return answer == MsgBoxResult::Retry || answer == MsgBoxResult::Cancel;
     }
@@ -44,17 +52,17 @@ bool offers(MsgBoxButtons buttons, MsgBoxResult answer) {
 
 class CallbackUserInterface : public UserInterface {
   public:
-    CallbackUserInterface(kvlnmov_message_box_fn messageBox, kvlnmov_yield_fn yield,
-                          void* userData)
+    CallbackUserInterface(kvlnmov_message_box_fn messageBox, kvlnmov_yield_fn yield, void* userData)
         : messageBox_(messageBox), yield_(yield), userData_(userData) {}
 
     MsgBoxResult messageBox(const std::string& text, MsgBoxIcon icon, MsgBoxButtons buttons,
                             const std::string& title) override {
         if (!messageBox_) return fallback_.messageBox(text, icon, buttons, title);
-        std::int32_t answer =
-            messageBox_(userData_, text.c_str(), iconCode(icon), buttonsCode(buttons), title.c_str());
+        std::int32_t answer = messageBox_(userData_, text.c_str(), iconCode(icon),
+                                          buttonsCode(buttons), title.c_str());
         auto chosen = static_cast<MsgBoxResult>(answer);
-        return answer >= 1 && answer <= 7 && offers(buttons, chosen) ? chosen : firstButton(buttons);
+        return answer >= 1 && answer <= 7 && offers(buttons, chosen) ? chosen
+                                                                     : firstButton(buttons);
     }
 
     void yield() override {
@@ -82,8 +90,8 @@ kvlnmov_status kvlnmov_set_user_interface(kvlnmov_message_box_fn message_box,
             kvlnmov::setUserInterface(nullptr);  // the default is made again on first use
             return;
         }
-        kvlnmov::setUserInterface(std::make_shared<kvlnmov::capi::CallbackUserInterface>(
-            message_box, yield, user_data));
+        kvlnmov::setUserInterface(
+            std::make_shared<kvlnmov::capi::CallbackUserInterface>(message_box, yield, user_data));
     });
 }
 

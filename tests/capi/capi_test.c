@@ -16,50 +16,51 @@
 static int failures = 0;
 static int checks = 0;
 
-#define CHECK(condition)                                                              \
-    do {                                                                              \
-        ++checks;                                                                     \
-        if (!(condition)) {                                                           \
-            ++failures;                                                               \
+#define CHECK(condition)                                                                  \
+    do {                                                                                  \
+        ++checks;                                                                         \
+        if (!(condition)) {                                                               \
+            ++failures;                                                                   \
             fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #condition); \
-        }                                                                             \
+        }                                                                                 \
     } while (0)
 
-#define CHECK_INT(actual, expected)                                                          \
-    do {                                                                                     \
-        long long a_ = (long long)(actual), e_ = (long long)(expected);                      \
-        ++checks;                                                                            \
-        if (a_ != e_) {                                                                      \
-            ++failures;                                                                      \
-            fprintf(stderr, "%s:%d: %s is %lld, expected %lld\n", __FILE__, __LINE__, #actual, \
-                    a_, e_);                                                                 \
-        }                                                                                    \
+#define CHECK_INT(actual, expected)                                                                \
+    do {                                                                                           \
+        long long a_ = (long long)(actual), e_ = (long long)(expected);                            \
+        ++checks;                                                                                  \
+        if (a_ != e_) {                                                                            \
+            ++failures;                                                                            \
+            fprintf(stderr, "%s:%d: %s is %lld, expected %lld\n", __FILE__, __LINE__, #actual, a_, \
+                    e_);                                                                           \
+        }                                                                                          \
     } while (0)
 
-#define CHECK_TEXT(actual, expected)                                                        \
-    do {                                                                                    \
-        const char* a_ = (actual);                                                          \
-        const char* e_ = (expected);                                                        \
-        ++checks;                                                                           \
-        if (!a_ || strcmp(a_, e_) != 0) {                                                   \
-            ++failures;                                                                     \
-            fprintf(stderr, "%s:%d: %s is \"%s\", expected \"%s\"\n", __FILE__, __LINE__,   \
-                    #actual, a_ ? a_ : "(null)", e_);                                       \
-        }                                                                                   \
+#define CHECK_TEXT(actual, expected)                                                               \
+    do {                                                                                           \
+        const char* a_ = (actual);                                                                 \
+        const char* e_ = (expected);                                                               \
+        ++checks;                                                                                  \
+        if (!a_ || strcmp(a_, e_) != 0) {                                                          \
+            ++failures;                                                                            \
+            fprintf(stderr, "%s:%d: %s is \"%s\", expected \"%s\"\n", __FILE__, __LINE__, #actual, \
+                    a_ ? a_ : "(null)", e_);                                                       \
+        }                                                                                          \
     } while (0)
 
 /* A call expected to succeed: on failure the error is printed and the run stops, since what
  * follows depends on it. */
-#define MUST(call)                                                                       \
-    do {                                                                                 \
-        kvlnmov_error e_ = KVLNMOV_ERROR_INIT;                                           \
-        ++checks;                                                                        \
-        if ((call) != KVLNMOV_OK) {                                                      \
-            fprintf(stderr, "%s:%d: %s failed: %d %s: %s\n", __FILE__, __LINE__, #call,  \
-                    (int)e_.number, e_.source ? e_.source : "", e_.description ? e_.description : ""); \
-            exit(1);                                                                     \
-        }                                                                                \
-        kvlnmov_error_clear(&e_);                                                        \
+#define MUST(call)                                                                      \
+    do {                                                                                \
+        kvlnmov_error e_ = KVLNMOV_ERROR_INIT;                                          \
+        ++checks;                                                                       \
+        if ((call) != KVLNMOV_OK) {                                                     \
+            fprintf(stderr, "%s:%d: %s failed: %d %s: %s\n", __FILE__, __LINE__, #call, \
+                    (int)e_.number, e_.source ? e_.source : "",                         \
+                    e_.description ? e_.description : "");                              \
+            exit(1);                                                                    \
+        }                                                                               \
+        kvlnmov_error_clear(&e_);                                                       \
     } while (0)
 
 /* Checks a failed call's error and clears it. */
@@ -79,11 +80,11 @@ static void expect_error(int line, kvlnmov_status status, kvlnmov_error* error, 
     }
     kvlnmov_error_clear(error);
 }
-#define EXPECT_ERROR(call, number, source, description)                              \
-    do {                                                                             \
-        kvlnmov_error err_ = KVLNMOV_ERROR_INIT;                                     \
-        kvlnmov_status status_ = (call);                                             \
-        expect_error(__LINE__, status_, &err_, number, source, description);        \
+#define EXPECT_ERROR(call, number, source, description)                      \
+    do {                                                                     \
+        kvlnmov_error err_ = KVLNMOV_ERROR_INIT;                             \
+        kvlnmov_status status_ = (call);                                     \
+        expect_error(__LINE__, status_, &err_, number, source, description); \
     } while (0)
 /* `call` names `err_` as its error argument in EXPECT_ERROR. */
 
@@ -176,8 +177,8 @@ static void test_errors_cross_intact(void) {
                  -2147217900, provider_source, "Incorrect syntax near 'SELEC'.");
     EXPECT_ERROR(kvlnmov_execute(connection, "SELECT * FROM NoExiste", NULL, &err_), -2147217865,
                  provider_source, "Invalid object name 'NoExiste'.");
-    EXPECT_ERROR(kvlnmov_context_open(connection, 9, 2026, &object, &err_), 1000,
-                 "EmpresaContext", "No existe la empresa 9");
+    EXPECT_ERROR(kvlnmov_context_open(connection, 9, 2026, &object, &err_), 1000, "EmpresaContext",
+                 "No existe la empresa 9");
 
     /* A success resets an error that held a failure. */
     CHECK_INT(kvlnmov_create("KVLNMOV.clsNada", &object, &error), KVLNMOV_FAILED);
@@ -406,8 +407,8 @@ static void test_every_variant_type_round_trips(void) {
 }
 
 /* Reads the balance row of `account` (level, debit and credit of March) into the out values. */
-static int balance(kvlnmov_object* connection, const char* account, int32_t* level,
-                   int64_t* debit, int64_t* credit) {
+static int balance(kvlnmov_object* connection, const char* account, int32_t* level, int64_t* debit,
+                   int64_t* credit) {
     char query[256];
     kvlnmov_object* rows = NULL;
     kvlnmov_variant value = kvlnmov_empty();
@@ -435,8 +436,8 @@ static int balance(kvlnmov_object* connection, const char* account, int32_t* lev
     return 1;
 }
 
-static void post_line(kvlnmov_object* context, int32_t entry, const char* account,
-                      int64_t debit, int64_t credit) {
+static void post_line(kvlnmov_object* context, int32_t entry, const char* account, int64_t debit,
+                      int64_t credit) {
     kvlnmov_object* line = NULL;
     kvlnmov_variant result = kvlnmov_empty();
     MUST(kvlnmov_create("KVLNMOV.clsMov", &line, &e_));
@@ -468,11 +469,11 @@ static void test_entry_posted_with_its_balances(void) {
         const char* account;
         int64_t debit, credit;
     } expected[] = {
-        {"4", 12100000, 2100000},   {"43", 12100000, 0},       {"430", 12100000, 0},
-        {"4300", 12100000, 0},      {"43000001", 12100000, 0}, {"47", 0, 2100000},
-        {"477", 0, 2100000},        {"4770", 0, 2100000},      {"47700000", 0, 2100000},
-        {"7", 0, 10000000},         {"70", 0, 10000000},       {"700", 0, 10000000},
-        {"7000", 0, 10000000},      {"70000000", 0, 10000000},
+        {"4", 12100000, 2100000}, {"43", 12100000, 0},       {"430", 12100000, 0},
+        {"4300", 12100000, 0},    {"43000001", 12100000, 0}, {"47", 0, 2100000},
+        {"477", 0, 2100000},      {"4770", 0, 2100000},      {"47700000", 0, 2100000},
+        {"7", 0, 10000000},       {"70", 0, 10000000},       {"700", 0, 10000000},
+        {"7000", 0, 10000000},    {"70000000", 0, 10000000},
     };
     size_t i;
 
@@ -566,7 +567,8 @@ static void test_entry_posted_with_its_balances(void) {
     kvlnmov_release(rows);
 
     /* Statements count the rows they change. */
-    MUST(kvlnmov_execute(connection, "UPDATE Asientos SET Observaciones = 'Revisado' WHERE Codigo = 1",
+    MUST(kvlnmov_execute(connection,
+                         "UPDATE Asientos SET Observaciones = 'Revisado' WHERE Codigo = 1",
                          &rows_affected, &e_));
     CHECK_INT(rows_affected, 1);
     MUST(kvlnmov_get(entry, "Observaciones", NULL, 0, &value, &e_));
@@ -758,10 +760,18 @@ static void test_registered_classes_with_their_members(void) {
     const kvlnmov_property_info* property;
     const kvlnmov_method_info* method;
     static const char* const prog_ids[] = {
-        "KVLNMOV.clsApertura", "KVLNMOV.clsAsiento",   "KVLNMOV.clsAsientoAut",
-        "KVLNMOV.clsConcepto", "KVLNMOV.clsLibroIgic", "KVLNMOV.clsLibroIrpf",
-        "KVLNMOV.clsMov",      "KVLNMOV.clsMovAut",    "KVLNMOV.clsPrevCobros",
-        "KVLNMOV.clsPrevPagos", "KVLNMOV.clsPVivasAp", "KVLNMOV.clsUsuario",
+        "KVLNMOV.clsApertura",
+        "KVLNMOV.clsAsiento",
+        "KVLNMOV.clsAsientoAut",
+        "KVLNMOV.clsConcepto",
+        "KVLNMOV.clsLibroIgic",
+        "KVLNMOV.clsLibroIrpf",
+        "KVLNMOV.clsMov",
+        "KVLNMOV.clsMovAut",
+        "KVLNMOV.clsPrevCobros",
+        "KVLNMOV.clsPrevPagos",
+        "KVLNMOV.clsPVivasAp",
+        "KVLNMOV.clsUsuario",
         "KVLNMOV.frmclsAsientoVisor",
     };
 
@@ -787,9 +797,9 @@ static void test_registered_classes_with_their_members(void) {
         method = find_method(line, "Acumulados");
         CHECK(method != NULL);
         if (method) {
-            static const char* const names[] = {"bolAdd", "dteFecha", "strCuenta",
-                                                "intDpto", "curDebe", "curHaber"};
-            static const int32_t kinds[] = {KVLNMOV_BOOLEAN, KVLNMOV_DATE,    KVLNMOV_STRING,
+            static const char* const names[] = {"bolAdd",  "dteFecha", "strCuenta",
+                                                "intDpto", "curDebe",  "curHaber"};
+            static const int32_t kinds[] = {KVLNMOV_BOOLEAN, KVLNMOV_DATE,     KVLNMOV_STRING,
                                             KVLNMOV_INTEGER, KVLNMOV_CURRENCY, KVLNMOV_CURRENCY};
             CHECK_INT(method->result, KVLNMOV_VOID);
             CHECK_INT(method->parameter_count, 6);
