@@ -287,7 +287,7 @@ class Object:
     Its registered properties and operations are its attributes."""
 
     def __init__(self, handle):
-        object.__setattr__(self, "_handle", handle)
+        object.__setattr__(self, "_handle", handle)  # owned from here on: __del__ releases it
         name = ctypes.c_void_p()
         _call(_n.lib.kvlnmov_class_name, handle, ctypes.byref(name))
         object.__setattr__(self, "_class_name", _taken_text(name))
