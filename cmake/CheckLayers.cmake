@@ -13,7 +13,8 @@ if(NOT ROOT)
 endif()
 include(${CMAKE_CURRENT_LIST_DIR}/Layers.cmake)
 
-# The layer a path (relative to ROOT) belongs to: the one with the longest matching folder.
+# The layer a path (relative to ROOT) belongs to: the one with the longest matching folder
+# (a layer may also name a single file, such as a public header of its own).
 function(layer_of path out)
     set(best "")
     set(bestLength 0)
@@ -21,7 +22,7 @@ function(layer_of path out)
         foreach(folder IN LISTS KVLNMOV_LAYER_${layer}_PATHS)
             string(LENGTH "${folder}/" length)
             string(SUBSTRING "${path}" 0 ${length} head)
-            if(head STREQUAL "${folder}/" AND length GREATER bestLength)
+            if((head STREQUAL "${folder}/" OR path STREQUAL folder) AND length GREATER bestLength)
                 set(best ${layer})
                 set(bestLength ${length})
             endif()

@@ -5,9 +5,9 @@
 # ARCHITECTURE.md draws it.
 
 set(KVLNMOV_LAYERS frame schema db sqlite odbc odbc_sqlite providers core
-    masters journal taxbooks forecasts users viewer registration scenario apps)
+    masters journal taxbooks forecasts users viewer registration capi scenario apps)
 
-set(KVLNMOV_LAYER_frame_PATHS src/frame include/kvlnmov/frame)
+set(KVLNMOV_LAYER_frame_PATHS src/frame include/kvlnmov/frame include/kvlnmov/version.h)
 set(KVLNMOV_LAYER_schema_PATHS src/schema include/kvlnmov/schema)
 set(KVLNMOV_LAYER_schema_USES frame)
 set(KVLNMOV_LAYER_db_PATHS src/db include/kvlnmov/db)
@@ -42,6 +42,9 @@ set(KVLNMOV_LAYER_viewer_PATHS src/viewer include/kvlnmov/viewer)
 set(KVLNMOV_LAYER_viewer_USES users)
 set(KVLNMOV_LAYER_registration_PATHS src/registration include/kvlnmov/registration)
 set(KVLNMOV_LAYER_registration_USES masters journal taxbooks forecasts users viewer)
+# The C interface: its folder and its one public header.
+set(KVLNMOV_LAYER_capi_PATHS src/capi include/kvlnmov/kvlnmov.h)
+set(KVLNMOV_LAYER_capi_USES registration providers)
 set(KVLNMOV_LAYER_scenario_PATHS src/scenario include/kvlnmov/scenario)
 set(KVLNMOV_LAYER_scenario_USES registration providers)
 set(KVLNMOV_LAYER_apps_PATHS apps)

@@ -10,7 +10,9 @@ option(KVLNMOV_STATIC_PACKAGE
 # The library applications link. Its build folder holds only what the layers compile; what
 # a user links is the whole library, with the include folders and C++20 it needs.
 if(KVLNMOV_STATIC_PACKAGE)
+    # Every layer the shared library holds (the scenario runner is the tool's and the tests').
     get_property(layers GLOBAL PROPERTY KVLNMOV_LAYERS)
+    list(REMOVE_ITEM layers kvlnmov_scenario)
     set(objects "")
     foreach(layer IN LISTS layers)
         list(APPEND objects $<TARGET_OBJECTS:${layer}>)
