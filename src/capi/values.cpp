@@ -31,6 +31,16 @@ void fill(kvlnmov_error* error, std::int32_t number, std::string_view source,
     error->description = copyOrNull(description);
 }
 
+// A variant of `type` whose union member `member` holds `value`.
+using VariantValue = decltype(kvlnmov_variant::value);
+template <class T>
+kvlnmov_variant typed(kvlnmov_type type, T VariantValue::*member, T value) {
+    kvlnmov_variant v = kvlnmov_empty();
+    v.type = type;
+    v.value.*member = value;
+    return v;
+}
+
 }  // namespace
 
 kvlnmov_object* newHandle(ObjectRef object) {
@@ -180,6 +190,8 @@ void reportCurrentException(kvlnmov_error* error) {
 }  // namespace kvlnmov::capi
 
 using kvlnmov::capi::guarded;
+using kvlnmov::capi::typed;
+using kvlnmov::capi::VariantValue;
 
 extern "C" {
 
@@ -220,46 +232,19 @@ kvlnmov_variant kvlnmov_null(void) {
 }
 
 kvlnmov_variant kvlnmov_boolean(int value) {
-    kvlnmov_variant v = kvlnmov_empty();
-    v.type = KVLNMOV_BOOLEAN;
-    v.value.boolean = value ? 1 : 0;
-    return v;
+    return typed<int32_t>(KVLNMOV_BOOLEAN, &VariantValue::boolean, value ? 1 : 0);
 }
-
-kvlnmov_variant kvlnmov_byte(uint8_t value) {
-    kvlnmov_variant v = kvlnmov_empty();
-    v.type = KVLNMOV_BYTE;
-    v.value.byte = value;
-    return v;
-}
-
+kvlnmov_variant kvlnmov_byte(uint8_t value) { return typed(KVLNMOV_BYTE, &VariantValue::byte, value); }
 kvlnmov_variant kvlnmov_integer(int16_t value) {
-    kvlnmov_variant v = kvlnmov_empty();
-    v.type = KVLNMOV_INTEGER;
-    v.value.integer = value;
-    return v;
+    return typed(KVLNMOV_INTEGER, &VariantValue::integer, value);
 }
-
 kvlnmov_variant kvlnmov_long(int32_t value) {
-    kvlnmov_variant v = kvlnmov_empty();
-    v.type = KVLNMOV_LONG;
-    v.value.long_value = value;
-    return v;
+    return typed(KVLNMOV_LONG, &VariantValue::long_value, value);
 }
-
 kvlnmov_variant kvlnmov_currency(int64_t ten_thousandths) {
-    kvlnmov_variant v = kvlnmov_empty();
-    v.type = KVLNMOV_CURRENCY;
-    v.value.currency = ten_thousandths;
-    return v;
+    return typed(KVLNMOV_CURRENCY, &VariantValue::currency, ten_thousandths);
 }
-
-kvlnmov_variant kvlnmov_double(double value) {
-    kvlnmov_variant v = kvlnmov_empty();
-    v.type = KVLNMOV_DOUBLE;
-    v.value.real = value;
-    return v;
-}
+kvlnmov_variant kvlnmov_double(double value) { return typed(KVLNMOV_DOUBLE, &VariantValue::real, value); }
 
 kvlnmov_variant kvlnmov_date_time(int32_t year, int32_t month, int32_t day, int32_t hour,
                                   int32_t minute, int32_t second) {
