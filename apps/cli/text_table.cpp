@@ -20,35 +20,28 @@ TextTable::TextTable(std::vector<std::string> header, std::vector<bool> right,
     : header_(std::move(header)),
       right_(std::move(right)),
       separator_(std::move(separator)),
-      rule_(rule),
-      minimum_(header_.size(), 0) {
+      rule_(rule) {
     right_.resize(header_.size(), false);
+    for (const std::string& title : header_) widths_.push_back(displayWidth(title));
 }
 
 void TextTable::add(std::vector<std::string> row) {
     row.resize(header_.size());
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        widths_[i] = std::max(widths_[i], displayWidth(row[i]));
+    }
     rows_.push_back(std::move(row));
 }
 
 void TextTable::widen(std::size_t column, std::size_t width) {
-    minimum_.at(column) = std::max(minimum_.at(column), width);
-}
-
-std::vector<std::size_t> TextTable::widths() const {
-    std::vector<std::size_t> widths = minimum_;
-    for (std::size_t i = 0; i < header_.size(); ++i) {
-        widths[i] = std::max(widths[i], displayWidth(header_[i]));
-        for (const auto& row : rows_) widths[i] = std::max(widths[i], displayWidth(row[i]));
-    }
-    return widths;
+    widths_.at(column) = std::max(widths_.at(column), width);
 }
 
 std::string TextTable::line(const std::vector<std::string>& cells, bool header) const {
-    std::vector<std::size_t> widths = this->widths();
     std::string text;
-    for (std::size_t i = 0; i < widths.size(); ++i) {
+    for (std::size_t i = 0; i < widths_.size(); ++i) {
         if (i) text += separator_;
-        text += fit(i < cells.size() ? cells[i] : std::string(), widths[i], right_[i] && !header);
+        text += fit(i < cells.size() ? cells[i] : std::string(), widths_[i], right_[i] && !header);
     }
     while (!text.empty() && text.back() == ' ') text.pop_back();
     return text;
@@ -59,9 +52,8 @@ std::string TextTable::ruleLine() const {
     std::string joint = separator_;
     std::replace(joint.begin(), joint.end(), ' ', '-');
     std::replace(joint.begin(), joint.end(), '|', '+');
-    std::vector<std::size_t> widths = this->widths();
-    for (std::size_t i = 0; i < widths.size(); ++i) {
-        dashes += (i ? joint : std::string()) + std::string(widths[i], '-');
+    for (std::size_t i = 0; i < widths_.size(); ++i) {
+        dashes += (i ? joint : std::string()) + std::string(widths_[i], '-');
     }
     return dashes;
 }

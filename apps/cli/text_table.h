@@ -25,8 +25,9 @@ class TextTable {
     void add(std::vector<std::string> row);
     bool empty() const { return rows_.empty(); }
     std::size_t size() const { return rows_.size(); }
-    /// The width of every column, for lines a caller aligns under the table.
-    std::vector<std::size_t> widths() const;
+    /// The width of every column, for lines a caller aligns under the table. Kept as rows are
+    /// added, so printing a table is linear in its rows.
+    const std::vector<std::size_t>& widths() const { return widths_; }
     /// Makes column `column` at least `width` characters wide.
     void widen(std::size_t column, std::size_t width);
 
@@ -44,7 +45,7 @@ class TextTable {
     std::string separator_;
     bool rule_;
     std::vector<std::vector<std::string>> rows_;
-    std::vector<std::size_t> minimum_;
+    std::vector<std::size_t> widths_;
 };
 
 }  // namespace kvlnmov::cli
