@@ -50,6 +50,12 @@ std::vector<std::string> sqliteScript() {
         }
         text += "\n)";
         script.push_back(std::move(text));
+        for (const Index& index : table.indexes) {
+            std::string create = "CREATE INDEX " + index.name + " ON " + table.name + " (";
+            for (std::size_t i = 0; i < index.columns.size(); ++i)
+                create += (i ? ", " : "") + index.columns[i];
+            script.push_back(create + ")");
+        }
     }
     return script;
 }

@@ -128,7 +128,7 @@ std::vector<Table> buildTables() {
     tables.push_back(table("Acumulados_Dpto", balanceColumns(true),
                            {"Cod_Empresa", "Cod_Ejercicio", "Cuenta", "Dpto"}));
 
-    const Table movements = table("Movimientos",
+    Table movements = table("Movimientos",
                                   {col("Cod_Empresa", kSmallInt),
                                    col("Cod_Ejercicio", kSmallInt),
                                    col("Cod_Asiento", kInt),
@@ -155,6 +155,10 @@ std::vector<Table> buildTables() {
                                    col("Cod_Usuario", kSmallInt),
                                    col("FechaUltMod", kDateTime)},
                                   {"Cod_Empresa", "Cod_Ejercicio", "Apunte"});
+    // The lines of one entry, in line order: what the entry viewer, annulment, renumbering and
+    // the books read by entry number.
+    movements.indexes = {{"IX_Movimientos_Asiento",
+                          {"Cod_Empresa", "Cod_Ejercicio", "Cod_Asiento", "Apunte"}}};
     tables.push_back(movements);
 
     // The deleted-lines log: who deleted, then the line as it was (without the change stamp).

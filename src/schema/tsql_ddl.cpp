@@ -156,6 +156,13 @@ std::vector<std::string> tsqlScript() {
         }
         text += "\n)";
         script.push_back(std::move(text));
+        for (const Index& index : table.indexes) {
+            std::string create =
+                "CREATE INDEX [" + index.name + "] ON [dbo].[" + table.name + "] (";
+            for (std::size_t i = 0; i < index.columns.size(); ++i)
+                create += (i ? ", [" : "[") + index.columns[i] + "]";
+            script.push_back(create + ")");
+        }
     }
     script.emplace_back(kTsqlNextEntryNumber);
     script.emplace_back(kTsqlNextLineNumber);

@@ -52,10 +52,17 @@ struct Column {
     std::string defaultLiteral;
 };
 
+/// A secondary index: the reads the library makes that its primary key does not serve.
+struct Index {
+    std::string name;
+    std::vector<std::string> columns;
+};
+
 struct Table {
     std::string name;
     std::vector<Column> columns;
     std::vector<std::string> primaryKey;  ///< column names; empty when the table has none
+    std::vector<Index> indexes{};
 
     /// The column named `name` (case-insensitive), or nullptr.
     const Column* find(std::string_view name) const;
@@ -66,7 +73,8 @@ const std::vector<Table>& companyTables();
 /// The table named `name` (case-insensitive), or nullptr.
 const Table* findTable(std::string_view name);
 
-/// The SQLite statements that create the company database: one CREATE TABLE per table,
+/// The SQLite statements that create the company database: one CREATE TABLE per table (and a
+/// CREATE INDEX per secondary index after it),
 /// declaring each column with its T-SQL type name (so that the declared type tells the
 /// provider the SQL Server type), text columns compared without regard to case, money
 /// columns holding whole ten-thousandths and datetime columns holding ISO text.
@@ -74,7 +82,8 @@ std::vector<std::string> sqliteScript();
 
 /// The T-SQL script that creates the company database on SQL Server, as batches to run one
 /// after another: one CREATE TABLE per table (T-SQL types, NULL/NOT NULL, named defaults,
-/// IDENTITY columns, a PRIMARY KEY constraint named PK_<table>), then the numbering procedures
+/// IDENTITY columns, a PRIMARY KEY constraint named PK_<table>, and a CREATE INDEX batch per
+/// secondary index), then the numbering procedures
 /// CON_DevAsiento and CON_DevMovApunte, which reserve their numbers atomically in the counter
 /// tables Contador_Asientos and Contador_Apuntes and answer 0 when a day's range is used up.
 std::vector<std::string> tsqlScript();
