@@ -11,6 +11,12 @@ source="$2"
 work=$(mktemp -d /tmp/kvlnmov-install-XXXXXX)
 trap 'rm -rf "$work"' EXIT
 prefix="$work/prefix"
+# In a sanitizer build: the flags for the outside programs, and what Python must preload.
+sanitize="${KVLNMOV_SANITIZE_FLAGS:-}"
+python_env=()
+if [[ -n "${KVLNMOV_SANITIZE_PRELOAD:-}" ]]; then
+    python_env=(LD_PRELOAD="$KVLNMOV_SANITIZE_PRELOAD" ASAN_OPTIONS=detect_leaks=0)
+fi
 
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 libdir=$(dirname "$(find "$prefix" -name 'kvlnmov.pc' -path '*/pkgconfig/*' | head -n 1)")
@@ -24,7 +30,7 @@ expected="43000001 1210 0
 
 echo "== a CMake project: find_package(kvlnmov) and kvlnmov::kvlnmov"
 cmake -S "$source/tests/install/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$prefix" \
-    -DCMAKE_BUILD_TYPE=Release >"$work/consumer.log"
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS="$sanitize" >"$work/consumer.log"
 cmake --build "$work/consumer" >>"$work/consumer.log" 2>&1 || { cat "$work/consumer.log"; exit 1; }
 out=$(LD_LIBRARY_PATH="$libdir" "$work/consumer/post_entry" "$work/cpp.db")
 version=$(sed -n 's/^Version: //p' "$libdir/pkgconfig/kvlnmov.pc")
@@ -41,7 +47,8 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig"
 pkg_static=()
 ((static)) && pkg_static=(--static)
 # shellcheck disable=SC2046
-cc -std=c99 -Wall -Wextra -Werror -o "$work/c_post" "$source/tests/install/c_consumer/post_entry.c" \
+# shellcheck disable=SC2086
+cc -std=c99 -Wall -Wextra -Werror $sanitize -o "$work/c_post" "$source/tests/install/c_consumer/post_entry.c" \
     $(pkg-config "${pkg_static[@]}" --cflags --libs kvlnmov) $( ((static)) && echo -lstdc++ -lm)
 out=$(LD_LIBRARY_PATH="$libdir" "$work/c_post" "$work/c.db")
 if [[ "$out" != "entry 1
@@ -58,7 +65,7 @@ if ((static)); then
 fi
 echo "== the Python module from the prefix"
 module=$(dirname "$(find "$prefix" -name '__init__.py' -path '*/kvlnmov/*' | head -n 1)")
-if ! env -u KVLNMOV_LIBRARY PYTHONPATH="$(dirname "$module")" python3 -m unittest discover \
+if ! env -u KVLNMOV_LIBRARY "${python_env[@]}" PYTHONPATH="$(dirname "$module")" python3 -m unittest discover \
     -s "$source/python/tests" -t "$source/python/tests" >"$work/python.log" 2>&1; then
     cat "$work/python.log"
     exit 1
