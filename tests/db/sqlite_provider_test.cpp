@@ -2,6 +2,8 @@
 // errors, transactions and the recordset's static contents. (Locks held by another
 // connection are in operation_test.cpp.)
 
+#include <sqlite3.h>
+
 #include <fstream>
 
 #include "provider_fixture.h"
@@ -305,6 +307,53 @@ TEST_F(SqliteProviderTest, SchemaMadeByAnotherConnectionIsSeen) {
     EXPECT_EQ(errorOf([&] { early->Execute("DELETE FROM Conceptos"); }).number(), -2147217865);
     empty.connect()->createCompanySchema();
     EXPECT_EQ(early->Execute("DELETE FROM Conceptos"), 0);
+}
+
+// A statement whose translation and prepared statement are cached runs again, correctly,
+// after another connection rebuilt its table with the columns in another order and one more:
+// in a statement of its own, and as the first statement of a transaction.
+TEST_F(SqliteProviderTest, AStatementRunsAgainAfterAnotherConnectionChangedItsTable) {
+    const kvlnmov::testing::TestDatabase database;
+    const ConnectionRef connection = database.connect();
+    connection->createCompanySchema();
+    connection->Execute("INSERT INTO Conceptos (Codigo, Nombre) VALUES ('VTA', 'Ventas')");
+    const std::string sql = "SELECT * FROM Conceptos WHERE Codigo = 'VTA'";
+    const auto before = query(connection, sql);
+    ASSERT_EQ(before.size(), 1u);
+
+    auto rebuild = [&](const char* extraColumn, const char* value) {
+        sqlite3* other = nullptr;
+        ASSERT_EQ(sqlite3_open(database.file().c_str(), &other), SQLITE_OK);
+        const std::string script =
+            std::string("BEGIN; DROP TABLE Conceptos; CREATE TABLE Conceptos (") + extraColumn +
+            " INT, Nombre VARCHAR(60), Codigo VARCHAR(10) PRIMARY KEY); INSERT INTO Conceptos "
+            "VALUES (" +
+            value + ", 'Ventas nacionales', 'VTA'); COMMIT;";
+        EXPECT_EQ(sqlite3_exec(other, script.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+            << sqlite3_errmsg(other);
+        sqlite3_close(other);
+    };
+
+    rebuild("Orden", "7");
+    Recordset alone;
+    alone.Open(sql, connection);
+    ASSERT_EQ(alone.FieldCount(), 3);
+    EXPECT_EQ(alone.Fields("Orden"), Variant(std::int32_t{7}));
+    EXPECT_EQ(alone.Fields("Nombre"), Variant("Ventas nacionales"));
+    EXPECT_EQ(alone.Fields("Codigo"), Variant("VTA"));
+    alone.Close();
+
+    rebuild("Prioridad", "3");
+    connection->BeginTrans();
+    Recordset inTransaction;
+    inTransaction.Open(sql, connection);
+    ASSERT_EQ(inTransaction.FieldCount(), 3);
+    EXPECT_EQ(inTransaction.FieldInfo(0).name, "Prioridad");
+    EXPECT_EQ(inTransaction.Fields("Prioridad"), Variant(std::int32_t{3}));
+    inTransaction.Close();
+    EXPECT_EQ(connection->Execute("UPDATE Conceptos SET Prioridad = 4 WHERE Codigo = 'VTA'"), 1);
+    connection->CommitTrans();
+    EXPECT_EQ(scalar(connection, "SELECT Prioridad FROM Conceptos"), Variant(std::int32_t{4}));
 }
 
 TEST(OpenConnection, ReadsTheConnectionString) {

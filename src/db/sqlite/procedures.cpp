@@ -1,6 +1,7 @@
 // The company database's stored procedures, written against SQLite. Each takes its number with
-// one INSERT ... ON CONFLICT DO UPDATE statement and reads it back inside the same savepoint:
-// the change takes the database's write lock, held until the savepoint is released, so two
+// one INSERT ... ON CONFLICT DO UPDATE statement that returns it, or reads it back inside the
+// same savepoint where the road to the database cannot return rows from an INSERT: the change
+// takes the database's write lock, held until the statement or savepoint ends, so two
 // connections (or processes) can never be given the same number.
 
 #include "db/sqlite/procedures.h"
@@ -80,27 +81,6 @@ std::int32_t toLong(std::optional<std::int64_t> value) {
     return static_cast<std::int32_t>(*value);
 }
 
-// Runs `takeNumber` inside a savepoint of its own (nested in the caller's transaction when
-// there is one): the number it reserves and reads back is committed, or undone, as a whole.
-template <class Action>
-std::optional<std::int64_t> inSavepoint(ProcedureHost& host, Action takeNumber) {
-    host.executeNative("SAVEPOINT kvlnmov_numbering", {});
-    std::optional<std::int64_t> number;
-    try {
-        number = takeNumber();
-    } catch (...) {
-        try {
-            host.executeNative("ROLLBACK TO kvlnmov_numbering", {});
-            host.executeNative("RELEASE kvlnmov_numbering", {});
-        } catch (const Error&) {
-            // The first failure is the one to report.
-        }
-        throw;
-    }
-    host.executeNative("RELEASE kvlnmov_numbering", {});
-    return number;
-}
-
 // The next line number of a company and exercise. The counter row keeps the last number
 // given, so a number is never given twice even after its line was deleted; it never falls
 // below the highest line already in Movimientos (a database filled before the counter).
@@ -111,17 +91,14 @@ void nextLineNumber(ProcedureHost& host, Arguments arguments) {
         "WHERE Cod_Empresa = ?1 AND Cod_Ejercicio = ?2)) "
         "ON CONFLICT (Cod_Empresa, Cod_Ejercicio) DO UPDATE "
         "SET cApunte = MAX(Contador_Apuntes.cApunte + 1, excluded.cApunte)";
+    static const std::string kReserveReturning = kReserve + " RETURNING cApunte";
     static const std::string kRead =
         "SELECT cApunte FROM Contador_Apuntes WHERE Cod_Empresa = ?1 AND Cod_Ejercicio = ?2";
     arguments.setOutput("Apunte", 0);  // before anything runs: the output must be there
     const std::int64_t company = arguments.smallint("Cod_Empresa");
     const std::int64_t exercise = arguments.smallint("Cod_Ejercicio");
-    const std::vector<SqlValue> key{company, exercise};
-    const auto number = inSavepoint(host, [&] {
-        host.executeNative(kReserve, key);
-        return host.queryInteger(kRead, key);
-    });
-    arguments.setOutput("Apunte", toLong(number));
+    arguments.setOutput("Apunte", toLong(host.takeNumber(
+                                      {kReserve, kReserveReturning, kRead, {company, exercise}, 2})));
 }
 
 // The next entry number of a company and exercise under numbering scheme 0, 1 or 2.
@@ -146,6 +123,7 @@ void nextEntryNumber(ProcedureHost& host, Arguments arguments) {
         "WHERE Siguiente BETWEEN ?6 AND ?7 "
         "ON CONFLICT (Cod_Empresa, Cod_Ejercicio, Mes, Dia) DO UPDATE "
         "SET cAsiento = excluded.cAsiento";
+    static const std::string kReserveReturning = kReserve + " RETURNING cAsiento";
     static const std::string kRead =
         "SELECT cAsiento FROM Contador_Asientos WHERE Cod_Empresa = ?1 AND Cod_Ejercicio = ?2 "
         "AND Mes = ?3 AND Dia = ?4";
@@ -179,17 +157,40 @@ void nextEntryNumber(ProcedureHost& host, Arguments arguments) {
             arguments.setOutput("Asiento", 0);
             return;
     }
-    const auto number = inSavepoint(host, [&]() -> std::optional<std::int64_t> {
-        // Nothing changes when the range is used up: then there is no number to read.
-        if (host.executeNative(kReserve,
-                               {company, exercise, month, day, base, base + 1, last, skipped}) == 0)
-            return std::nullopt;
-        return host.queryInteger(kRead, {company, exercise, month, day});
-    });
-    arguments.setOutput("Asiento", toLong(number));
+    // Nothing changes when the range is used up: then there is no number and the answer is 0.
+    arguments.setOutput("Asiento",
+                        toLong(host.takeNumber({kReserve,
+                                                kReserveReturning,
+                                                kRead,
+                                                {company, exercise, month, day, base, base + 1,
+                                                 last, skipped},
+                                                4})));
 }
 
 }  // namespace
+
+std::optional<std::int64_t> ProcedureHost::takeNumber(const NumberReservation& reservation) {
+    executeNative("SAVEPOINT kvlnmov_numbering", {});
+    std::optional<std::int64_t> number;
+    try {
+        if (executeNative(reservation.reserve, reservation.parameters) > 0) {
+            const std::vector<SqlValue> key(
+                reservation.parameters.begin(),
+                reservation.parameters.begin() + static_cast<std::ptrdiff_t>(reservation.keyCount));
+            number = queryInteger(reservation.read, key);
+        }
+    } catch (...) {
+        try {
+            executeNative("ROLLBACK TO kvlnmov_numbering", {});
+            executeNative("RELEASE kvlnmov_numbering", {});
+        } catch (const Error&) {
+            // The first failure is the one to report.
+        }
+        throw;
+    }
+    executeNative("RELEASE kvlnmov_numbering", {});
+    return number;
+}
 
 void callStoredProcedure(ProcedureHost& host, const std::string& name, ParameterList& parameters) {
     std::string_view procedure = name;

@@ -15,10 +15,26 @@
 
 namespace kvlnmov::db::sqlite {
 
+/// How a procedure takes its number: `reserve` (an INSERT ... ON CONFLICT DO UPDATE) changes
+/// the counter row, or changes nothing when there is no number to give; `read` reads the row
+/// back by the first `keyCount` of `parameters`; `reserveReturning` is `reserve` returning the
+/// number itself.
+struct NumberReservation {
+    const std::string& reserve;
+    const std::string& reserveReturning;
+    const std::string& read;
+    std::vector<SqlValue> parameters;
+    std::size_t keyCount;
+};
+
 /// Runs native SQLite statements for the procedures.
 class ProcedureHost {
   public:
     virtual ~ProcedureHost() = default;
+    /// Reserves and reads a number (nothing when `reserve` changed nothing). By default
+    /// `reserve` and `read` run inside a savepoint of their own (nested in the caller's
+    /// transaction when there is one), committed or undone as a whole.
+    virtual std::optional<std::int64_t> takeNumber(const NumberReservation& reservation);
     /// Runs `sql` with `parameters` bound to ?1, ?2, ... and returns the rows it changed.
     virtual std::int64_t executeNative(const std::string& sql,
                                        const std::vector<SqlValue>& parameters) = 0;

@@ -62,9 +62,17 @@ SqliteConnection::~SqliteConnection() = default;
 std::string SqliteConnection::providerName() const { return kProviderName; }
 
 Translation SqliteConnection::translate(std::string_view text) {
-    if (catalog_.refresh()) {
-        // Another schema: translations made against the old one may name what is gone.
-        translator_.clearCache();
+    // The schema can change only between transactions: inside one, this connection reads one
+    // snapshot of the database (WAL) or holds its shared lock, and it changes no schema of its
+    // own except through createCompanySchema. So it is read once per transaction, at the
+    // transaction's first statement, and before every statement that runs on its own.
+    const bool ownTransaction = sqlite3_get_autocommit(db_.get()) != 0;
+    if (ownTransaction || !schemaReadInTransaction_) {
+        if (catalog_.refresh()) {
+            // Another schema: translations made against the old one may name what is gone.
+            translator_.clearCache();
+        }
+        schemaReadInTransaction_ = !ownTransaction;
     }
     // Date texts are read in the day/month order the library writes them.
     session_.dayBeforeMonth = regional().dayBeforeMonth();
@@ -137,11 +145,20 @@ std::int64_t SqliteConnection::executeNative(const std::string& sql,
     return sqlite3_changes64(db);
 }
 
+std::optional<std::int64_t> SqliteConnection::takeNumber(const NumberReservation& reservation) {
+    // One statement reserves the number and returns it: it runs under the write lock and is
+    // undone whole by SQLite when it fails, so it needs no savepoint of its own.
+    return queryInteger(reservation.reserveReturning, reservation.parameters);
+}
+
 void SqliteConnection::runNative(const char* sql) {
     check(db_.get(), sqlite3_exec(db_.get(), sql, nullptr, nullptr, nullptr));
 }
 
-void SqliteConnection::beginTransaction() { runNative("BEGIN IMMEDIATE"); }
+void SqliteConnection::beginTransaction() {
+    schemaReadInTransaction_ = false;
+    runNative("BEGIN IMMEDIATE");
+}
 
 void SqliteConnection::commitTransaction() { runNative("COMMIT"); }
 
@@ -149,6 +166,7 @@ void SqliteConnection::rollbackTransaction() { runNative("ROLLBACK"); }
 
 bool SqliteConnection::openOperationTransaction() {
     operationSavepoint_ = sqlite3_get_autocommit(db_.get()) == 0;
+    if (!operationSavepoint_) schemaReadInTransaction_ = false;
     runNative(operationSavepoint_ ? "SAVEPOINT kvlnmov_operation" : "BEGIN IMMEDIATE");
     return true;
 }
@@ -195,6 +213,7 @@ void SqliteConnection::createCompanySchema() {
     statements_.clear();
     translator_.clearCache();
     catalog_.reload();
+    schemaReadInTransaction_ = false;
 }
 
 ConnectionRef openSqliteConnection(std::string connectionString, const std::string& path,

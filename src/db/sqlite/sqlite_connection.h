@@ -34,6 +34,8 @@ class SqliteConnection final : public Connection, public ProcedureHost {
                                const std::vector<SqlValue>& parameters) override;
     std::optional<std::int64_t> queryInteger(const std::string& sql,
                                              const std::vector<SqlValue>& parameters) override;
+    /// One INSERT ... RETURNING statement.
+    std::optional<std::int64_t> takeNumber(const NumberReservation& reservation) override;
 
     /// The connection's @@IDENTITY (nothing is Null).
     const std::optional<std::int64_t>& identity() const { return session_.identity; }
@@ -74,6 +76,9 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     SessionState session_;
     /// The open operation transaction is a savepoint inside the caller's transaction.
     bool operationSavepoint_ = false;
+    /// The schema was read since the open transaction began: no statement of this
+    /// transaction needs to read it again.
+    bool schemaReadInTransaction_ = false;
 };
 
 /// Binds `parameters` to ?1, ?2, ... of `statement`.
