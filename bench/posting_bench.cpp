@@ -16,7 +16,7 @@
 // measured batch, to show how the cost of a line grows with the size of the books. With
 // --viewer it also times loading the first 200 rows of an entry in the entry viewer.
 //
-// --library-only runs the library side once (no floor, no rounds): what
+// --library-only and --floor-only run one side once (no rounds): what
 // scripts/bench-instructions.sh counts under callgrind.
 
 #include <sqlite3.h>
@@ -324,6 +324,7 @@ int main(int argc, char** argv) {
     std::vector<std::string> modeNames{"caller", "entry", "autocommit"};
     std::string folder = std::filesystem::temp_directory_path().string();
     bool libraryOnly = false;
+    bool floorOnly = false;
     bool viewer = false;
     app.add_option("--lines", lineCount, "lines posted per measurement (a multiple of 4)")
         ->check(CLI::Range(4, 10000000));
@@ -335,6 +336,7 @@ int main(int argc, char** argv) {
         ->check(CLI::IsMember({"caller", "entry", "autocommit"}));
     app.add_option("--dir", folder, "folder of the database files");
     app.add_flag("--library-only", libraryOnly, "post once through the library, nothing else");
+    app.add_flag("--floor-only", floorOnly, "post once through raw SQLite, nothing else");
     app.add_flag("--viewer", viewer, "also time the entry viewer's first rows");
     CLI11_PARSE(app, argc, argv);
     lineCount -= lineCount % kLinesPerEntry;
@@ -352,12 +354,16 @@ int main(int argc, char** argv) {
     try {
         buildTemplate(templateFile, accounts, bookLines);
         const std::int32_t firstEntry = bookLines / kLinesPerEntry + 1;
-        if (libraryOnly) {
-            fresh(libraryFile);
+        if (libraryOnly || floorOnly) {
             const Mode mode = modeNames.front() == "caller" ? Mode::Caller
                               : modeNames.front() == "entry" ? Mode::Entry
                                                              : Mode::Autocommit;
-            postLibrary(libraryFile, accounts, batchLines(lineCount, 1), mode);
+            fresh(libraryOnly ? libraryFile : rawFile);
+            if (libraryOnly) {
+                postLibrary(libraryFile, accounts, batchLines(lineCount, 1), mode);
+            } else {
+                postRaw(rawFile, accounts, batchLines(lineCount, 1), mode, firstEntry);
+            }
             return 0;
         }
         std::printf("books of %d lines before the batch; %d lines per batch; %d rounds\n",

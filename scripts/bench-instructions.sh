@@ -28,18 +28,27 @@ inclusive() {
         awk -v name="$2" 'index($0, name) { gsub(",", "", $1); print $1; exit }'
 }
 
+# count SIDE LINES: callgrind's count of posting LINES through SIDE (library or floor).
 count() {
-    valgrind --tool=callgrind --callgrind-out-file="$work/$1.out" "$bench" --library-only \
-        --modes caller --lines "$1" --book-lines "$book" --dir "$work" >/dev/null 2>&1
+    valgrind --tool=callgrind --callgrind-out-file="$work/$1-$2.out" "$bench" "--$1-only" \
+        --modes caller --lines "$2" --book-lines "$book" --dir "$work" >/dev/null 2>&1
 }
 
-count $small
-count $large
 lines=$((large - small))
-per_line() { echo $(( ($(inclusive "$work/$large.out" "$1") - $(inclusive "$work/$small.out" "$1")) / lines )); }
-total=$(per_line "PROGRAM TOTALS")
-translate=$(per_line "Translator::translate(")
-step=$(per_line "sqlite3_step [")
-printf 'books of %d lines: %d instructions per posted line\n' "$book" "$total"
-printf '  translating T-SQL: %d (%d%%)\n' "$translate" $((100 * translate / total))
-printf '  sqlite3_step:      %d (%d%%)\n' "$step" $((100 * step / total))
+# per_line SIDE FUNCTION: the function's instructions per line of SIDE's batch.
+per_line() {
+    echo $(( ($(inclusive "$work/$1-$large.out" "$2") - $(inclusive "$work/$1-$small.out" "$2")) / lines ))
+}
+for side in library floor; do
+    count $side $small
+    count $side $large
+done
+total=$(per_line library "PROGRAM TOTALS")
+translate=$(per_line library "Translator::translate(")
+step=$(per_line library "sqlite3_step [")
+floor=$(per_line floor "PROGRAM TOTALS")
+printf 'books of %d lines, one caller transaction, instructions per posted line:\n' "$book"
+printf '  library:             %d\n' "$total"
+printf '    translating T-SQL: %d (%d%%)\n' "$translate" $((100 * translate / total))
+printf '    sqlite3_step:      %d (%d%%)\n' "$step" $((100 * step / total))
+printf '  raw SQLite floor:    %d\n' "$floor"

@@ -155,19 +155,27 @@ void SqliteConnection::runNative(const char* sql) {
     check(db_.get(), sqlite3_exec(db_.get(), sql, nullptr, nullptr, nullptr));
 }
 
-void SqliteConnection::beginTransaction() {
-    schemaReadInTransaction_ = false;
-    runNative("BEGIN IMMEDIATE");
+int SqliteConnection::runControl(const char* sql) {
+    // Transaction control runs once or twice per operation: prepared once, kept in the cache.
+    StatementCache::Lease lease = statements_.acquire(sql);
+    const int resultCode = sqlite3_step(lease.get());
+    return resultCode == SQLITE_DONE ? SQLITE_OK : resultCode;
 }
 
-void SqliteConnection::commitTransaction() { runNative("COMMIT"); }
+void SqliteConnection::beginTransaction() {
+    schemaReadInTransaction_ = false;
+    check(db_.get(), runControl("BEGIN IMMEDIATE"));
+}
 
-void SqliteConnection::rollbackTransaction() { runNative("ROLLBACK"); }
+void SqliteConnection::commitTransaction() { check(db_.get(), runControl("COMMIT")); }
+
+void SqliteConnection::rollbackTransaction() { check(db_.get(), runControl("ROLLBACK")); }
 
 bool SqliteConnection::openOperationTransaction() {
     operationSavepoint_ = sqlite3_get_autocommit(db_.get()) == 0;
     if (!operationSavepoint_) schemaReadInTransaction_ = false;
-    runNative(operationSavepoint_ ? "SAVEPOINT kvlnmov_operation" : "BEGIN IMMEDIATE");
+    check(db_.get(),
+          runControl(operationSavepoint_ ? "SAVEPOINT kvlnmov_operation" : "BEGIN IMMEDIATE"));
     return true;
 }
 
@@ -175,8 +183,7 @@ void SqliteConnection::commitOperationTransaction() {
     sqlite3* db = db_.get();
     if (sqlite3_get_autocommit(db) != 0) return;  // ended by the database after a failure
     const int resultCode =
-        sqlite3_exec(db, operationSavepoint_ ? "RELEASE kvlnmov_operation" : "COMMIT", nullptr,
-                     nullptr, nullptr);
+        runControl(operationSavepoint_ ? "RELEASE kvlnmov_operation" : "COMMIT");
     if (resultCode == SQLITE_OK) return;
     const Error failure = sqliteError(db, resultCode, "COMMIT");
     sqlite3_exec(db,
@@ -230,6 +237,12 @@ ConnectionRef openSqliteConnection(std::string connectionString, const std::stri
     if (resultCode != SQLITE_OK) throw fail(resultCode);
     sqlite3_extended_result_codes(db, 1);
     sqlite3_busy_timeout(db, busyTimeoutMs);
+    // The journal of each operation's savepoint (and of each statement inside a transaction)
+    // is kept in memory: on disk it would be written page by page for every line posted
+    // inside a caller's transaction. The database's own journal (WAL) keeps it crash-safe.
+    if ((resultCode = sqlite3_exec(db, "PRAGMA temp_store=MEMORY", nullptr, nullptr, nullptr)) !=
+        SQLITE_OK)
+        throw fail(resultCode);
     if (writableFile(db)) {
         // An empty file stays empty (and untouched) until its schema is created: only a
         // database that already holds pages is switched here.

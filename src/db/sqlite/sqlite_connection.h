@@ -67,6 +67,9 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     /// changed (-1 for a SELECT) and keeps @@IDENTITY.
     std::int32_t run(const Translation& translation);
     void runNative(const char* sql);
+    /// Runs a transaction control statement (BEGIN, COMMIT, SAVEPOINT, ...); returns SQLite's
+    /// result code (SQLITE_OK when it succeeded).
+    int runControl(const char* sql);
 
     // Declared first so that it closes last, after every statement is finalized.
     std::unique_ptr<sqlite3, Closer> db_;

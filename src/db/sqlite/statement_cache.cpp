@@ -42,7 +42,8 @@ StatementCache::Lease& StatementCache::Lease::operator=(Lease&& other) noexcept 
     if (this != &other) {
         release();
         cache_ = std::exchange(other.cache_, nullptr);
-        sql_ = std::move(other.sql_);
+        entry_ = other.entry_;
+        kept_ = std::exchange(other.kept_, false);
         statement_ = std::exchange(other.statement_, nullptr);
     }
     return *this;
@@ -50,48 +51,87 @@ StatementCache::Lease& StatementCache::Lease::operator=(Lease&& other) noexcept 
 
 void StatementCache::Lease::release() {
     if (!statement_) return;
-    sqlite3_stmt* statement = std::exchange(statement_, nullptr);
-    cache_->giveBack(std::move(sql_), statement);
+    cache_->giveBack(*this);
+    statement_ = nullptr;
+    kept_ = false;
 }
 
-StatementCache::Lease StatementCache::acquire(const std::string& sql) {
-    if (auto found = index_.find(sql); found != index_.end()) {
-        sqlite3_stmt* statement = found->second->second;
-        idle_.erase(found->second);
-        index_.erase(found);
-        return Lease(this, sql, statement);
-    }
+sqlite3_stmt* StatementCache::prepare(std::string_view sql) {
     sqlite3_stmt* statement = nullptr;
-    const int resultCode = sqlite3_prepare_v3(db_, sql.c_str(), static_cast<int>(sql.size()),
+    const int resultCode = sqlite3_prepare_v3(db_, sql.data(), static_cast<int>(sql.size()),
                                               SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
     if (resultCode != SQLITE_OK) {
         sqlite3_finalize(statement);
         throw prepareError(db_, resultCode);
     }
-    return Lease(this, sql, statement);
+    return statement;
 }
 
-void StatementCache::giveBack(std::string sql, sqlite3_stmt* statement) {
+StatementCache::Lease StatementCache::acquire(std::string_view sql) {
+    if (auto found = index_.find(sql); found != index_.end()) {
+        const Entries::iterator entry = found->second;
+        if (entry->busy) {
+            // Lent out (an open cursor): this use gets a statement of its own.
+            return Lease(this, {}, false, prepare(sql));
+        }
+        entry->busy = true;
+        entries_.splice(entries_.begin(), entries_, entry);
+        return Lease(this, entry, true, entry->statement);
+    }
+    sqlite3_stmt* statement = prepare(sql);
+    if (capacity_ == 0) return Lease(this, {}, false, statement);
+    entries_.push_front(Entry{std::string(sql), statement, true, false});
+    index_.emplace(entries_.front().sql, entries_.begin());
+    return Lease(this, entries_.begin(), true, statement);
+}
+
+void StatementCache::giveBack(Lease& lease) {
+    sqlite3_stmt* statement = lease.statement_;
     sqlite3_reset(statement);
     sqlite3_clear_bindings(statement);
-    if (capacity_ == 0 || index_.contains(sql)) {
-        // Another lease of the same text came back first: keep one idle copy only.
+    if (!lease.kept_) {
         sqlite3_finalize(statement);
         return;
     }
-    idle_.emplace_front(sql, statement);
-    index_.emplace(std::move(sql), idle_.begin());
-    while (idle_.size() > capacity_) {
-        sqlite3_finalize(idle_.back().second);
-        index_.erase(idle_.back().first);
-        idle_.pop_back();
+    const Entries::iterator entry = lease.entry_;
+    if (entry->dropped) {
+        sqlite3_finalize(statement);
+        entries_.erase(entry);
+        return;
+    }
+    entry->busy = false;
+    trim();
+}
+
+void StatementCache::trim() {
+    std::size_t kept = index_.size();
+    for (auto entry = entries_.end(); kept > capacity_ && entry != entries_.begin();) {
+        --entry;
+        if (entry->busy) continue;
+        index_.erase(entry->sql);
+        sqlite3_finalize(entry->statement);
+        entry = entries_.erase(entry);
+        --kept;
     }
 }
 
+std::size_t StatementCache::idleCount() const {
+    std::size_t idle = 0;
+    for (const Entry& entry : entries_) idle += entry.busy || entry.dropped ? 0 : 1;
+    return idle;
+}
+
 void StatementCache::clear() {
-    for (auto& entry : idle_) sqlite3_finalize(entry.second);
-    idle_.clear();
     index_.clear();
+    for (auto entry = entries_.begin(); entry != entries_.end();) {
+        if (entry->busy) {
+            entry->dropped = true;
+            ++entry;
+        } else {
+            sqlite3_finalize(entry->statement);
+            entry = entries_.erase(entry);
+        }
+    }
 }
 
 }  // namespace kvlnmov::db::sqlite

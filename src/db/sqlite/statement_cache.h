@@ -1,27 +1,36 @@
 #pragma once
 
 // Prepared SQLite statements kept by their SQL text, so that a statement the translator
-// maps to the same text is prepared once. Bounded: the least recently used idle statement
-// is finalized when the cache is full.
+// maps to the same text is prepared once. Bounded: when more than its capacity are kept, the
+// least recently used idle statements are finalized. Lending and giving back a kept statement
+// allocates nothing.
 
 #include <sqlite3.h>
 
 #include <cstddef>
 #include <list>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
 namespace kvlnmov::db::sqlite {
 
 class StatementCache {
+    struct Entry {
+        std::string sql;
+        sqlite3_stmt* statement = nullptr;
+        bool busy = false;
+        /// Forgotten by the cache while lent out: finalized when given back.
+        bool dropped = false;
+    };
+    using Entries = std::list<Entry>;
+
   public:
     /// A statement lent out of the cache; giving it back resets it and clears its bindings.
     class Lease {
       public:
         Lease() = default;
-        Lease(StatementCache* cache, std::string sql, sqlite3_stmt* statement)
-            : cache_(cache), sql_(std::move(sql)), statement_(statement) {}
         Lease(Lease&& other) noexcept { *this = std::move(other); }
         Lease& operator=(Lease&& other) noexcept;
         Lease(const Lease&) = delete;
@@ -34,8 +43,15 @@ class StatementCache {
         void release();
 
       private:
+        friend class StatementCache;
+        /// A kept statement (`entry`), or with `kept` false one of its own, finalized when
+        /// given back.
+        Lease(StatementCache* cache, Entries::iterator entry, bool kept, sqlite3_stmt* statement)
+            : cache_(cache), entry_(entry), kept_(kept), statement_(statement) {}
+
         StatementCache* cache_ = nullptr;
-        std::string sql_;
+        Entries::iterator entry_{};
+        bool kept_ = false;
         sqlite3_stmt* statement_ = nullptr;
     };
 
@@ -44,23 +60,28 @@ class StatementCache {
     StatementCache(const StatementCache&) = delete;
     StatementCache& operator=(const StatementCache&) = delete;
 
-    /// The prepared statement for `sql`: the cached one when idle, else a new one. Raises the
-    /// mapped SQLite error when it cannot be prepared; past SQLite's limits (nesting, columns,
-    /// terms, ...) that is the server's error for a statement past its limits (-2147217900).
-    Lease acquire(const std::string& sql);
-    /// Finalizes every idle statement.
+    /// The prepared statement for `sql`: the kept one when idle, else a new one (kept unless
+    /// the kept one is lent out). Raises the mapped SQLite error when it cannot be prepared;
+    /// past SQLite's limits (nesting, columns, terms, ...) that is the server's error for a
+    /// statement past its limits (-2147217900).
+    Lease acquire(std::string_view sql);
+    /// Finalizes every idle statement and forgets those lent out (finalized when given back).
     void clear();
-    std::size_t idleCount() const { return idle_.size(); }
+    /// How many kept statements are idle.
+    std::size_t idleCount() const;
 
   private:
-    void giveBack(std::string sql, sqlite3_stmt* statement);
+    sqlite3_stmt* prepare(std::string_view sql);
+    void giveBack(Lease& lease);
+    /// Finalizes the least recently used idle statements while more than the capacity are kept.
+    void trim();
 
     sqlite3* db_;
     std::size_t capacity_;
-    /// Idle statements, most recently used first.
-    std::list<std::pair<std::string, sqlite3_stmt*>> idle_;
-    std::unordered_map<std::string, std::list<std::pair<std::string, sqlite3_stmt*>>::iterator>
-        index_;
+    /// Kept statements, most recently used first.
+    Entries entries_;
+    /// The kept statements by their text (views of the entries' own `sql`).
+    std::unordered_map<std::string_view, Entries::iterator> index_;
 };
 
 }  // namespace kvlnmov::db::sqlite

@@ -84,7 +84,8 @@ SqlValue naturalValue(LiteralKind kind, std::string_view text, bool negative) {
         case LiteralKind::String:
             return std::string(text);
         case LiteralKind::Integer:
-            if (auto value = parseWhole(signedText(text, negative))) return *value;
+            if (auto value = negative ? parseWhole(signedText(text, negative)) : parseWhole(text))
+                return *value;
             [[fallthrough]];
         case LiteralKind::Decimal:
         case LiteralKind::Float: {
@@ -97,7 +98,6 @@ SqlValue naturalValue(LiteralKind kind, std::string_view text, bool negative) {
 
 SqlValue toInteger(const Coercion& coercion, LiteralKind kind, std::string_view text, bool negative,
                    const SqlErrors& errors) {
-    std::string name = typeName(coercion.target);
     IntegerRange range = rangeOf(coercion.target.kind);
     if (kind == LiteralKind::String) {
         std::string_view trimmed = trimBlanks(text);
@@ -105,19 +105,19 @@ SqlValue toInteger(const Coercion& coercion, LiteralKind kind, std::string_view 
         if (!digits.empty() && (digits[0] == '-' || digits[0] == '+')) digits.remove_prefix(1);
         if (!allDigits(digits)) {
             throw errors.conversion("Conversion failed when converting the varchar value " +
-                                    varcharName(text) + " to data type " + name + ".");
+                                    varcharName(text) + " to data type " + typeName(coercion.target) + ".");
         }
         auto value = parseWhole(trimmed);
         if (value && negative) *value = -*value;
         if (!value || *value < range.min || *value > range.max) {
-            throw errors.textOverflow(text, name);
+            throw errors.textOverflow(text, typeName(coercion.target));
         }
         return *value;
     }
     std::int64_t value = 0;
     bool fits = true;
     if (kind == LiteralKind::Integer) {
-        auto whole = parseWhole(signedText(text, negative));
+        auto whole = negative ? parseWhole(signedText(text, negative)) : parseWhole(text);
         fits = whole.has_value();
         value = whole.value_or(0);
     } else {
@@ -127,7 +127,7 @@ SqlValue toInteger(const Coercion& coercion, LiteralKind kind, std::string_view 
         value = fits ? static_cast<std::int64_t>(real) : 0;
     }
     if (coercion.assignment && (!fits || value < range.min || value > range.max)) {
-        throw errors.overflow(name, kind != LiteralKind::Integer);
+        throw errors.overflow(typeName(coercion.target), kind != LiteralKind::Integer);
     }
     return value;
 }
@@ -321,6 +321,7 @@ std::optional<DateFields> parseDatePart(std::string_view text, bool dayBeforeMon
 }  // namespace
 
 std::optional<std::int64_t> scaleDecimalText(std::string_view text) {
+    const std::string_view asWritten = text;
     bool negative = false;
     if (!text.empty() && (text[0] == '-' || text[0] == '+')) {
         negative = text[0] == '-';
@@ -333,6 +334,12 @@ std::optional<std::int64_t> scaleDecimalText(std::string_view text) {
     if (whole.empty() && fraction.empty()) return std::nullopt;
     if ((!whole.empty() && !allDigits(whole)) || (!fraction.empty() && !allDigits(fraction))) {
         return std::nullopt;
+    }
+    if (fraction.size() <= 4 && !whole.empty()) {
+        // Nothing to round: the text is read as it stands.
+        const std::optional<Currency> amount = Currency::parse(asWritten);
+        if (!amount) return std::nullopt;
+        return amount->raw();
     }
     bool roundUp = fraction.size() > 4 && fraction[4] >= '5';
     std::string exact = negative ? "-" : "";

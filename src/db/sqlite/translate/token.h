@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kvlnmov::db::sqlite::tsql {
@@ -42,12 +43,56 @@ struct Token {
     bool isLiteral() const { return literalOrdinal >= 0; }
 };
 
+/// A token as the scanner finds it, without any copy: views into the statement text.
+struct RawToken {
+    /// Never Keyword: every unquoted word is an Identifier here.
+    TokenKind kind = TokenKind::End;
+    std::size_t offset = 0;
+    /// The token as written; for a quoted token (string or name) what is inside the quotes,
+    /// its doubled closing characters still doubled; for UnclosedString the rest of the text
+    /// after the opening quote.
+    std::string_view body;
+    /// The closing character of a quoted token, and whether the body holds it doubled.
+    char close = 0;
+    bool doubled = false;
+    /// A [bracketed] or "quoted" token (a name, or an Invalid one).
+    bool quoted = false;
+
+    bool isLiteral() const {
+        return kind == TokenKind::Integer || kind == TokenKind::Decimal ||
+               kind == TokenKind::Float || kind == TokenKind::String;
+    }
+    /// The token's value: the body with each doubled closing character made one.
+    std::string value() const;
+};
+
+/// Reads the tokens of a statement one at a time, skipping blanks and comments. The last token
+/// is End, or one of UnclosedString / UnclosedComment.
+class TokenScanner {
+  public:
+    explicit TokenScanner(std::string_view text);
+    /// The next token into `token`; false once the last token was given.
+    bool next(RawToken& token);
+
+  private:
+    char peek(std::size_t ahead) const;
+    /// Skips blanks and comments; true (with `token` set) at an unclosed comment.
+    bool skipBlanksAndComments(RawToken& token);
+    void readToken(RawToken& token);
+    void readQuoted(char close, RawToken& token);
+    void readNumber(RawToken& token);
+
+    std::string_view text_;
+    std::size_t pos_ = 0;
+    bool done_ = false;
+};
+
 /// Splits a statement into tokens, skipping blanks and comments. The last token is always
 /// End, or one of UnclosedString / UnclosedComment, which the parser reports when it gets
 /// there (so that an earlier syntax error is reported first, as the server does).
 std::vector<Token> tokenize(const std::string& text);
 
-/// True when `word` (upper case) is a reserved word of the dialect.
-bool isReservedWord(const std::string& word);
+/// True when `word` (in any case) is a reserved word of the dialect.
+bool isReservedWord(std::string_view word);
 
 }  // namespace kvlnmov::db::sqlite::tsql

@@ -1,8 +1,7 @@
 #include <array>
-#include <cctype>
 #include <iterator>
 #include <string_view>
-#include <unordered_set>
+#include <vector>
 
 #include "db/sqlite/translate/text_util.h"
 #include "db/sqlite/translate/token.h"
@@ -197,206 +196,306 @@ constexpr std::string_view kReservedWords[] = {
     "WRITETEXT",
 };
 
-bool isIdentifierStart(unsigned char c) {
-    return std::isalpha(c) || c == '_' || c == '#' || c >= 0x80;
+// Character classes, looked up once per character.
+enum CharClass : unsigned char {
+    kIdentifierStart = 1,  ///< a letter, '_', '#', or any byte of a multi-byte character
+    kIdentifierPart = 2,   ///< what may follow in a name: also digits, '@' and '$'
+    kDigit = 4,
+    kBlank = 8,  ///< the blanks between tokens (those of the C locale's isspace)
+};
+
+constexpr std::array<unsigned char, 256> kCharClasses = [] {
+    std::array<unsigned char, 256> classes{};
+    for (int c = 0; c < 256; ++c) {
+        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+        const bool digit = c >= '0' && c <= '9';
+        unsigned char flags = 0;
+        if (letter || c == '_' || c == '#' || c >= 0x80) flags |= kIdentifierStart | kIdentifierPart;
+        if (digit || c == '@' || c == '$') flags |= kIdentifierPart;
+        if (digit) flags |= kDigit;
+        if (c == ' ' || (c >= '\t' && c <= '\r')) flags |= kBlank;
+        classes[static_cast<std::size_t>(c)] = flags;
+    }
+    return classes;
+}();
+
+bool hasClass(char c, CharClass charClass) {
+    return (kCharClasses[static_cast<unsigned char>(c)] & charClass) != 0;
 }
 
-bool isIdentifierPart(unsigned char c) {
-    return std::isalnum(c) || c == '_' || c == '#' || c == '@' || c == '$' || c >= 0x80;
-}
+bool isIdentifierStart(unsigned char c) { return (kCharClasses[c] & kIdentifierStart) != 0; }
+bool isDigit(char c) { return hasClass(c, kDigit); }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+/// The longest reserved word ("CURRENT_TIMESTAMP").
+constexpr std::size_t kLongestReservedWord = 17;
 
-class Tokenizer {
+/// The reserved words by length and first letter: a name is compared with the few words that
+/// share both.
+class ReservedWords {
   public:
-    explicit Tokenizer(const std::string& text) : text_(text) {}
-
-    std::vector<Token> run() {
-        tokens_.reserve(text_.size() / 4 + 4);
-        while (true) {
-            skipBlanksAndComments();
-            if (!tokens_.empty() && tokens_.back().kind == TokenKind::UnclosedComment) break;
-            if (pos_ >= text_.size()) {
-                add(TokenKind::End, "", pos_);
-                break;
-            }
-            if (!readToken()) break;
-        }
-        return std::move(tokens_);
+    ReservedWords() {
+        for (std::string_view word : kReservedWords) buckets_[bucketOf(word)].push_back(word);
     }
 
-  private:
-    void add(TokenKind kind, std::string value, std::size_t offset, bool quoted = false) {
-        Token token;
-        token.kind = kind;
-        // Literal values are never compared by name: only names and symbols are folded.
-        if (kind != TokenKind::String && kind != TokenKind::UnclosedString) {
-            token.upper = upperAscii(value);
+    bool contains(std::string_view word) const {
+        if (word.size() < 2 || word.size() > kLongestReservedWord) return false;
+        const char first = upper(word[0]);
+        if (first < 'A' || first > 'Z') return false;
+        for (std::string_view candidate : buckets_[bucketOf(word)]) {
+            std::size_t i = 1;
+            while (i < word.size() && upper(word[i]) == candidate[i]) ++i;
+            if (i == word.size()) return true;
         }
-        token.text = std::move(value);
-        token.offset = offset;
-        token.quoted = quoted;
-        if (kind == TokenKind::Integer || kind == TokenKind::Decimal || kind == TokenKind::Float ||
-            kind == TokenKind::String) {
-            token.literalOrdinal = literalCount_++;
-        }
-        tokens_.push_back(std::move(token));
-    }
-
-    void skipBlanksAndComments() {
-        while (pos_ < text_.size()) {
-            unsigned char c = static_cast<unsigned char>(text_[pos_]);
-            if (std::isspace(c)) {
-                ++pos_;
-            } else if (c == '-' && peek(1) == '-') {
-                while (pos_ < text_.size() && text_[pos_] != '\n') ++pos_;
-            } else if (c == '/' && peek(1) == '*') {
-                // Block comments nest.
-                std::size_t start = pos_;
-                int depth = 0;
-                while (pos_ < text_.size()) {
-                    if (text_[pos_] == '/' && peek(1) == '*') {
-                        ++depth;
-                        pos_ += 2;
-                    } else if (text_[pos_] == '*' && peek(1) == '/') {
-                        pos_ += 2;
-                        if (--depth == 0) break;
-                    } else {
-                        ++pos_;
-                    }
-                }
-                if (depth > 0) {
-                    add(TokenKind::UnclosedComment, "", start);
-                    return;
-                }
-            } else {
-                return;
-            }
-        }
-    }
-
-    char peek(std::size_t ahead) const {
-        return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : '\0';
-    }
-
-    // Reads one token at pos_; returns false when the token ends the text (unclosed quote).
-    bool readToken() {
-        std::size_t start = pos_;
-        char c = text_[pos_];
-        if ((c == 'N' || c == 'n') && peek(1) == '\'') {
-            ++pos_;
-            return readQuoted('\'', start);
-        }
-        if (c == '\'') return readQuoted('\'', start);
-        if (c == '[') return readQuoted(']', start);
-        if (c == '"') return readQuoted('"', start);
-        if (isDigit(c) || (c == '.' && isDigit(peek(1)))) {
-            readNumber();
-            return true;
-        }
-        if (c == '@') {
-            bool system = peek(1) == '@';
-            pos_ += system ? 2 : 1;
-            while (pos_ < text_.size() && isIdentifierPart(static_cast<unsigned char>(text_[pos_])))
-                ++pos_;
-            add(system ? TokenKind::SystemVariable : TokenKind::Variable,
-                text_.substr(start, pos_ - start), start);
-            return true;
-        }
-        if (isIdentifierStart(static_cast<unsigned char>(c))) {
-            while (pos_ < text_.size() && isIdentifierPart(static_cast<unsigned char>(text_[pos_])))
-                ++pos_;
-            std::string word = text_.substr(start, pos_ - start);
-            TokenKind kind =
-                isReservedWord(upperAscii(word)) ? TokenKind::Keyword : TokenKind::Identifier;
-            add(kind, std::move(word), start);
-            return true;
-        }
-        static constexpr std::array<std::string_view, 8> kTwoCharSymbols = {
-            "<>", "!=", "<=", ">=", "!<", "!>", "+=", "-="};
-        for (std::string_view symbol : kTwoCharSymbols) {
-            if (symbol[0] == c && peek(1) == symbol[1]) {
-                pos_ += 2;
-                add(TokenKind::Symbol, std::string(symbol), start);
-                return true;
-            }
-        }
-        static constexpr std::string_view kOneCharSymbols = "=<>+-*/%(),.;~&|^";
-        ++pos_;
-        add(kOneCharSymbols.find(c) != std::string_view::npos ? TokenKind::Symbol
-                                                              : TokenKind::Invalid,
-            std::string(1, c), start);
-        return true;
-    }
-
-    bool readQuoted(char close, std::size_t start) {
-        std::size_t open = pos_;
-        ++pos_;
-        std::string value;
-        while (pos_ < text_.size()) {
-            if (text_[pos_] == close) {
-                if (peek(1) == close) {
-                    value += close;
-                    pos_ += 2;
-                    continue;
-                }
-                ++pos_;
-                if (close != '\'' && value.find('\0') != std::string::npos) {
-                    // SQLite ends a name at a NUL byte: such a name cannot be written.
-                    add(TokenKind::Invalid, std::move(value), start);
-                    return true;
-                }
-                add(close == '\'' ? TokenKind::String : TokenKind::Identifier, std::move(value),
-                    start, close != '\'');
-                return true;
-            }
-            value += text_[pos_++];
-        }
-        add(TokenKind::UnclosedString, text_.substr(open + 1), start);
         return false;
     }
 
-    void readNumber() {
-        std::size_t start = pos_;
-        bool decimal = false;
-        bool exponent = false;
-        while (pos_ < text_.size() && isDigit(text_[pos_])) ++pos_;
-        if (pos_ < text_.size() && text_[pos_] == '.') {
-            decimal = true;
-            ++pos_;
-            while (pos_ < text_.size() && isDigit(text_[pos_])) ++pos_;
-        }
-        if (pos_ < text_.size() && (text_[pos_] == 'e' || text_[pos_] == 'E')) {
-            std::size_t save = pos_;
-            ++pos_;
-            if (pos_ < text_.size() && (text_[pos_] == '+' || text_[pos_] == '-')) ++pos_;
-            if (pos_ < text_.size() && isDigit(text_[pos_])) {
-                exponent = true;
-                while (pos_ < text_.size() && isDigit(text_[pos_])) ++pos_;
-            } else {
-                pos_ = save;
-            }
-        }
-        add(exponent  ? TokenKind::Float
-            : decimal ? TokenKind::Decimal
-                      : TokenKind::Integer,
-            text_.substr(start, pos_ - start), start);
+  private:
+    static char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
+    static std::size_t bucketOf(std::string_view word) {
+        return word.size() * 26 + static_cast<std::size_t>(upper(word[0]) - 'A');
     }
 
-    const std::string& text_;
-    std::size_t pos_ = 0;
-    int literalCount_ = 0;
-    std::vector<Token> tokens_;
+    std::array<std::vector<std::string_view>, (kLongestReservedWord + 1) * 26> buckets_;
 };
 
 }  // namespace
 
-bool isReservedWord(const std::string& word) {
-    static const std::unordered_set<std::string_view> kWords(std::begin(kReservedWords),
-                                                             std::end(kReservedWords));
-    return kWords.count(word) != 0;
+bool isReservedWord(std::string_view word) {
+    static const ReservedWords kWords;
+    return kWords.contains(word);
 }
 
-std::vector<Token> tokenize(const std::string& text) { return Tokenizer(text).run(); }
+TokenScanner::TokenScanner(std::string_view text) : text_(text) {}
+
+char TokenScanner::peek(std::size_t ahead) const {
+    return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : '\0';
+}
+
+bool TokenScanner::next(RawToken& token) {
+    if (done_) return false;
+    token.close = 0;
+    token.doubled = false;
+    token.quoted = false;
+    // Blanks, then the two commonest tokens (a word, a one-character symbol) read here at once;
+    // comments and every other token by the readers below.
+    const char* const data = text_.data();
+    const std::size_t size = text_.size();
+    while (pos_ < size && hasClass(data[pos_], kBlank)) ++pos_;
+    if (pos_ < size) {
+        const char c = data[pos_];
+        const std::size_t start = pos_;
+        if (hasClass(c, kIdentifierStart) && !((c == 'N' || c == 'n') && peek(1) == '\'')) {
+            ++pos_;
+            while (pos_ < size && hasClass(data[pos_], kIdentifierPart)) ++pos_;
+            // A word: tokenize() tells the reserved ones apart.
+            token.kind = TokenKind::Identifier;
+            token.offset = start;
+            token.body = std::string_view(data + start, pos_ - start);
+            return true;
+        }
+        if (c == ',' || c == '(' || c == ')' || c == '=' || c == '.' || c == '*') {
+            if (!(c == '.' && isDigit(peek(1)))) {
+                ++pos_;
+                token.kind = TokenKind::Symbol;
+                token.offset = start;
+                token.body = std::string_view(data + start, 1);
+                return true;
+            }
+        }
+    }
+    if (skipBlanksAndComments(token)) {
+        done_ = true;  // an unclosed comment ends the text
+        return true;
+    }
+    if (pos_ >= size) {
+        token.kind = TokenKind::End;
+        token.offset = pos_;
+        token.body = {};
+        done_ = true;
+        return true;
+    }
+    readToken(token);
+    if (token.kind == TokenKind::UnclosedString) done_ = true;
+    return true;
+}
+
+bool TokenScanner::skipBlanksAndComments(RawToken& token) {
+    while (pos_ < text_.size()) {
+        const char c = text_[pos_];
+        if (hasClass(c, kBlank)) {
+            ++pos_;
+        } else if (c == '-' && peek(1) == '-') {
+            while (pos_ < text_.size() && text_[pos_] != '\n') ++pos_;
+        } else if (c == '/' && peek(1) == '*') {
+            // Block comments nest.
+            const std::size_t start = pos_;
+            int depth = 0;
+            while (pos_ < text_.size()) {
+                if (text_[pos_] == '/' && peek(1) == '*') {
+                    ++depth;
+                    pos_ += 2;
+                } else if (text_[pos_] == '*' && peek(1) == '/') {
+                    pos_ += 2;
+                    if (--depth == 0) break;
+                } else {
+                    ++pos_;
+                }
+            }
+            if (depth > 0) {
+                token.kind = TokenKind::UnclosedComment;
+                token.offset = start;
+                return true;
+            }
+        } else {
+            return false;
+        }
+    }
+    return false;
+}
+
+void TokenScanner::readToken(RawToken& token) {
+    const std::size_t start = pos_;
+    token.offset = start;
+    const char c = text_[pos_];
+    if ((c == 'N' || c == 'n') && peek(1) == '\'') {
+        ++pos_;
+        readQuoted('\'', token);
+        return;
+    }
+    if (c == '\'') return readQuoted('\'', token);
+    if (c == '[') return readQuoted(']', token);
+    if (c == '"') return readQuoted('"', token);
+    if (isDigit(c) || (c == '.' && isDigit(peek(1)))) return readNumber(token);
+    if (c == '@') {
+        const bool system = peek(1) == '@';
+        pos_ += system ? 2 : 1;
+        while (pos_ < text_.size() && hasClass(text_[pos_], kIdentifierPart)) ++pos_;
+        token.kind = system ? TokenKind::SystemVariable : TokenKind::Variable;
+        token.body = text_.substr(start, pos_ - start);
+        return;
+    }
+    if (isIdentifierStart(static_cast<unsigned char>(c))) {
+        while (pos_ < text_.size() && hasClass(text_[pos_], kIdentifierPart)) ++pos_;
+        // A word: tokenize() tells the reserved ones apart.
+        token.body = text_.substr(start, pos_ - start);
+        token.kind = TokenKind::Identifier;
+        return;
+    }
+    // Two-character symbols: <> != <= >= !< !> += -=.
+    const char second = peek(1);
+    bool twoCharacters = false;
+    switch (c) {
+        case '<':
+            twoCharacters = second == '>' || second == '=';
+            break;
+        case '!':
+            twoCharacters = second == '=' || second == '<' || second == '>';
+            break;
+        case '>':
+        case '+':
+        case '-':
+            twoCharacters = second == '=';
+            break;
+        default:
+            break;
+    }
+    static constexpr std::string_view kOneCharSymbols = "=<>+-*/%(),.;~&|^";
+    token.kind = twoCharacters || kOneCharSymbols.find(c) != std::string_view::npos
+                     ? TokenKind::Symbol
+                     : TokenKind::Invalid;
+    pos_ += twoCharacters ? 2 : 1;
+    token.body = text_.substr(start, pos_ - start);
+}
+
+void TokenScanner::readQuoted(char close, RawToken& token) {
+    const std::size_t open = pos_;
+    ++pos_;
+    token.quoted = close != '\'';
+    token.close = close;
+    bool hasNul = false;
+    while (pos_ < text_.size()) {
+        const char c = text_[pos_];
+        if (c == close) {
+            if (peek(1) == close) {
+                token.doubled = true;
+                pos_ += 2;
+                continue;
+            }
+            token.body = text_.substr(open + 1, pos_ - open - 1);
+            ++pos_;
+            // SQLite ends a name at a NUL byte: such a name cannot be written.
+            token.kind = close == '\'' ? TokenKind::String
+                         : hasNul     ? TokenKind::Invalid
+                                      : TokenKind::Identifier;
+            return;
+        }
+        hasNul = hasNul || c == '\0';
+        ++pos_;
+    }
+    token.kind = TokenKind::UnclosedString;
+    token.doubled = false;
+    token.body = text_.substr(open + 1);
+}
+
+void TokenScanner::readNumber(RawToken& token) {
+    const std::size_t start = pos_;
+    bool decimal = false;
+    bool exponent = false;
+    while (pos_ < text_.size() && isDigit(text_[pos_])) ++pos_;
+    if (pos_ < text_.size() && text_[pos_] == '.') {
+        decimal = true;
+        ++pos_;
+        while (pos_ < text_.size() && isDigit(text_[pos_])) ++pos_;
+    }
+    if (pos_ < text_.size() && (text_[pos_] == 'e' || text_[pos_] == 'E')) {
+        const std::size_t save = pos_;
+        ++pos_;
+        if (pos_ < text_.size() && (text_[pos_] == '+' || text_[pos_] == '-')) ++pos_;
+        if (pos_ < text_.size() && isDigit(text_[pos_])) {
+            exponent = true;
+            while (pos_ < text_.size() && isDigit(text_[pos_])) ++pos_;
+        } else {
+            pos_ = save;
+        }
+    }
+    token.kind = exponent  ? TokenKind::Float
+                 : decimal ? TokenKind::Decimal
+                           : TokenKind::Integer;
+    token.body = text_.substr(start, pos_ - start);
+}
+
+std::string RawToken::value() const {
+    if (!doubled) return std::string(body);
+    std::string result;
+    result.reserve(body.size());
+    for (std::size_t i = 0; i < body.size(); ++i) {
+        result += body[i];
+        if (body[i] == close) ++i;  // one of a doubled pair
+    }
+    return result;
+}
+
+std::vector<Token> tokenize(const std::string& text) {
+    std::vector<Token> tokens;
+    tokens.reserve(text.size() / 4 + 4);
+    int literalCount = 0;
+    TokenScanner scanner(text);
+    RawToken raw;
+    while (scanner.next(raw)) {
+        Token token;
+        token.kind = raw.kind == TokenKind::Identifier && !raw.quoted && isReservedWord(raw.body)
+                         ? TokenKind::Keyword
+                         : raw.kind;
+        token.offset = raw.offset;
+        token.quoted = raw.quoted && raw.kind == TokenKind::Identifier;
+        token.text = raw.kind == TokenKind::UnclosedString ? std::string(raw.body) : raw.value();
+        // Literal values are never compared by name: only names and symbols are folded.
+        if (raw.kind != TokenKind::String && raw.kind != TokenKind::UnclosedString)
+            token.upper = upperAscii(token.text);
+        if (raw.isLiteral()) token.literalOrdinal = literalCount++;
+        tokens.push_back(std::move(token));
+    }
+    return tokens;
+}
 
 }  // namespace kvlnmov::db::sqlite::tsql

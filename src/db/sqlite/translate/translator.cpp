@@ -81,15 +81,33 @@ void keepResultLengths(tsql::Statement& statement) {
     });
 }
 
-bool matches(const ShapeLiteral& literal, const Token& token) {
-    if (literal.match == ShapeLiteral::Match::Text) return token.text == literal.text;
-    return std::to_string(tsql::characterCount(token.text)) == literal.text;
+/// A literal of the statement: a view into its text, or for a string with doubled quotes its
+/// value.
+struct LiteralText {
+    std::string_view view;
+    std::string value;
+    bool unescaped = false;
+
+    std::string_view text() const { return unescaped ? std::string_view(value) : view; }
+};
+
+bool matches(const ShapeLiteral& literal, std::string_view text) {
+    if (literal.match == ShapeLiteral::Match::Text) return text == literal.text;
+    return std::to_string(tsql::characterCount(text)) == literal.text;
 }
 
-// The statement's shape: its tokens with each literal replaced by a placeholder of its kind.
-std::string shapeKey(const std::vector<Token>& tokens) {
-    std::string key;
-    for (const Token& token : tokens) {
+// The statement's shape in one pass over its text, without copying its tokens: `key` gets each
+// token as written (words, symbols, variables) or, for a literal, a placeholder of its kind;
+// `literals` gets the literals in order. Words are kept in the case they are written in, so
+// the same statement written in another case is another shape, translated once more. Returns
+// false when the statement cannot be cached: it holds a token no statement may hold, which the
+// parser reports.
+bool scanShape(std::string_view text, std::string& key, std::vector<LiteralText>& literals) {
+    key.clear();
+    literals.clear();
+    tsql::TokenScanner scanner(text);
+    tsql::RawToken token;
+    while (scanner.next(token)) {
         switch (token.kind) {
             case TokenKind::Integer:
                 key += "#i";
@@ -104,22 +122,34 @@ std::string shapeKey(const std::vector<Token>& tokens) {
                 key += "#s";
                 break;
             case TokenKind::Identifier:
-                key += (token.quoted ? "q" : "n") + token.text;
+                if (token.quoted) {
+                    // A quoted name may hold any character: its length keeps the key unambiguous.
+                    key += token.close;
+                    key += std::to_string(token.body.size());
+                    key += ':';
+                } else {
+                    key += 'w';
+                }
+                key += token.body;
                 break;
+            case TokenKind::Invalid:
+            case TokenKind::UnclosedString:
+            case TokenKind::UnclosedComment:
+                return false;
             default:
-                key += "k" + token.upper;
+                // Symbols, variables and the end.
+                key += 'k';
+                key += token.body;
                 break;
         }
         key += '\x1f';
-    }
-    return key;
-}
-
-bool cacheable(const std::vector<Token>& tokens) {
-    for (const Token& token : tokens) {
-        if (token.kind == TokenKind::Invalid || token.kind == TokenKind::UnclosedString ||
-            token.kind == TokenKind::UnclosedComment) {
-            return false;
+        if (token.isLiteral()) {
+            LiteralText& literal = literals.emplace_back();
+            literal.view = token.body;
+            if (token.doubled) {
+                literal.value = token.value();
+                literal.unescaped = true;
+            }
         }
     }
     return true;
@@ -189,12 +219,12 @@ struct Translator::Impl {
     }
 
     std::shared_ptr<const CompiledStatement> lookup(const std::string& key,
-                                                    const std::vector<const Token*>& literals) {
+                                                    const std::vector<LiteralText>& literals) {
         auto found = index.find(key);
         if (found == index.end()) return nullptr;
         const auto& compiled = found->second->second;
         for (const ShapeLiteral& literal : compiled->shapeLiterals) {
-            if (!matches(literal, *literals.at(static_cast<std::size_t>(literal.ordinal)))) {
+            if (!matches(literal, literals.at(static_cast<std::size_t>(literal.ordinal)).text())) {
                 return nullptr;
             }
         }
@@ -217,7 +247,7 @@ struct Translator::Impl {
     }
 
     Translation instantiate(const CompiledStatement& compiled,
-                            const std::vector<const Token*>& literals,
+                            const std::vector<LiteralText>& literals,
                             const SessionState& session) const {
         Translation translation;
         translation.kind = compiled.kind;
@@ -228,11 +258,10 @@ struct Translator::Impl {
         for (const ParameterSource& source : compiled.parameters) {
             switch (source.kind) {
                 case ParameterSourceKind::Literal: {
-                    const Token& token =
-                        *literals.at(static_cast<std::size_t>(source.literalOrdinal));
-                    translation.parameters.push_back(
-                        tsql::coerceLiteral(source.coercion, source.literalKind, token.text,
-                                            source.negative, session, errors));
+                    const std::string_view text =
+                        literals.at(static_cast<std::size_t>(source.literalOrdinal)).text();
+                    translation.parameters.push_back(tsql::coerceLiteral(
+                        source.coercion, source.literalKind, text, source.negative, session, errors));
                     break;
                 }
                 case ParameterSourceKind::Now:
@@ -259,6 +288,9 @@ struct Translator::Impl {
     tsql::SqlErrors errors;
     std::list<std::pair<std::string, std::shared_ptr<const CompiledStatement>>> entries;
     std::unordered_map<std::string, decltype(entries)::iterator> index;
+    /// Kept between calls so that a cached statement allocates neither.
+    std::string key;
+    std::vector<LiteralText> literals;
 };
 
 Translator::Translator(const Catalog& catalog, std::string providerName)
@@ -267,23 +299,23 @@ Translator::Translator(const Catalog& catalog, std::string providerName)
 Translator::~Translator() = default;
 
 Translation Translator::translate(std::string_view text, const SessionState& session) {
-    std::string statement(text);
-    std::vector<Token> tokens = tsql::tokenize(statement);
-    std::vector<const Token*> literals;
+    Impl& impl = *impl_;
+    const bool cacheable = scanShape(text, impl.key, impl.literals);
+    if (cacheable) {
+        if (auto compiled = impl.lookup(impl.key, impl.literals))
+            return impl.instantiate(*compiled, impl.literals, session);
+    }
+    const std::vector<Token> tokens = tsql::tokenize(std::string(text));
+    auto compiled = impl.compile(tokens, text.size());
+    if (cacheable) {
+        impl.store(impl.key, compiled);
+        return impl.instantiate(*compiled, impl.literals, session);
+    }
+    std::vector<LiteralText> literals;
     for (const Token& token : tokens) {
-        if (token.isLiteral()) literals.push_back(&token);
+        if (token.isLiteral()) literals.push_back({token.text, {}, false});
     }
-    std::shared_ptr<const CompiledStatement> compiled;
-    std::string key;
-    if (cacheable(tokens)) {
-        key = shapeKey(tokens);
-        compiled = impl_->lookup(key, literals);
-    }
-    if (!compiled) {
-        compiled = impl_->compile(tokens, text.size());
-        if (!key.empty()) impl_->store(key, compiled);
-    }
-    return impl_->instantiate(*compiled, literals, session);
+    return impl.instantiate(*compiled, literals, session);
 }
 
 void Translator::clearCache() {
