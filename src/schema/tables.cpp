@@ -79,8 +79,8 @@ std::vector<Column> balanceColumns(bool withDepartment) {
 }
 
 Table invoiceBook(std::string name) {
-    return table(
-        std::move(name),
+    Table book = table(
+        name,
         {col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt), col("Apunte", kInt),
          col("Libro", kSmallInt), col("Fecha", kDateTime), col("Cuenta", varchar(20)),
          col("Documento", varchar(50)), col("Asiento", kInt), col("Nombre", varchar(100)),
@@ -88,6 +88,11 @@ Table invoiceBook(std::string name) {
          col("TipoOpTributaria", kSmallInt, Default::Zero),
          col("EmitidaPorTercerosODestinatario", kBit, Default::Zero)},
         {"Cod_Empresa", "Cod_Ejercicio", "Apunte"});
+    // The records of one entry, in line order (the order a read of the whole exercise gave):
+    // what annulment and renumbering read and change.
+    book.indexes = {
+        {"IX_" + name + "_Asiento", {"Cod_Empresa", "Cod_Ejercicio", "Asiento", "Apunte"}}};
+    return book;
 }
 
 Table invoiceBookLines(std::string name) {
@@ -177,11 +182,14 @@ std::vector<Table> buildTables() {
          col("TipoLibro", kSmallInt), col("IDLibroFactura", kInt), col("TipoFactura", kSmallInt),
          col("NumSerieFacturaEmisor", varchar(60)), col("FechaFacturaEmisor", kDateTime)},
         {"Cod_Empresa", "Cod_Ejercicio", "Apunte", "TipoLibro", "IDLibroFactura", "TipoFactura"}));
-    const Table secondary = table(
+    Table secondary = table(
         "Movimientos_Sec", {col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt),
                             col("Apunte", kInt), col("Contrap", varchar(20)), col("Base", kMoney),
                             col("TipoOp", kSmallInt), col("Asiento", kInt), col("Dpto", kSmallInt),
                             col("Imp_Tipo", kSmallInt), col("Cuota", kMoney)});
+    // The secondary records of one line.
+    secondary.indexes = {
+        {"IX_Movimientos_Sec_Apunte", {"Cod_Empresa", "Cod_Ejercicio", "Apunte"}}};
     tables.push_back(secondary);
 
     const Table entries =
@@ -207,13 +215,17 @@ std::vector<Table> buildTables() {
                            {col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt),
                             required("cApunte", kInt, Default::Zero)},
                            {"Cod_Empresa", "Cod_Ejercicio"}));
-    tables.push_back(
+    Table statements =
         table("Conc_Extractos",
               {identity("Codigo"), col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt),
                col("Fecha", kDateTime), col("Concepto", varchar(60)), col("Importe", kMoney),
                withLiteral(col("Pendiente", kBit), "1"), col("Asiento", kInt, Default::Zero),
                col("Apunte_Mto", kInt, Default::Zero)},
-              {"Codigo"}));
+              {"Codigo"});
+    // The bank statement lines matched to one journal line.
+    statements.indexes = {
+        {"IX_Conc_Extractos_Apunte", {"Cod_Empresa", "Cod_Ejercicio", "Apunte_Mto"}}};
+    tables.push_back(statements);
     tables.push_back(table("Amortizaciones",
                            {col("Cod_Empresa", kSmallInt), col("Codigo", kInt),
                             col("Nombre", varchar(100)), col("Amortizado", kMoney, Default::Zero)},
@@ -230,7 +242,7 @@ std::vector<Table> buildTables() {
     tables.push_back(invoiceBook("Iva"));
     tables.push_back(igicLines);
     tables.push_back(invoiceBookLines("Iva_Lineas"));
-    const Table withholding =
+    Table withholding =
         table("Irpf",
               {col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt), col("Apunte", kInt),
                col("Libro", kSmallInt), col("Cod_Irpf", kSmallInt), col("Tipo", kSmallInt),
@@ -239,6 +251,8 @@ std::vector<Table> buildTables() {
                col("Nombre", varchar(100)), col("Nif", varchar(20)), col("ImporteBase", kMoney),
                col("ImporteIrpf", kMoney), col("ImporteFactura", kMoney)},
               {"Cod_Empresa", "Cod_Ejercicio", "Apunte"});
+    withholding.indexes = {
+        {"IX_Irpf_Asiento", {"Cod_Empresa", "Cod_Ejercicio", "Asiento", "Apunte"}}};
     tables.push_back(withholding);
 
     // Backups of annulled entries, all rows of one annulment under one IDBak.
@@ -275,7 +289,7 @@ std::vector<Table> buildTables() {
                         "M347",         "Imp_ApunteRef", "Imp_Prop",    "Imp_Base", "Imp_Tipo",
                         "Imp_Op",       "Imp_Contrap"}))));
 
-    tables.push_back(table(
+    Table payments = table(
         "Previsiones_Pago",
         {identity("Apunte"), col("Cod_Empresa", kSmallInt), col("ApunteMov", kInt, Default::Zero),
          col("Cod_EjercicioMov", kSmallInt, Default::Zero), col("Cuenta", varchar(20)),
@@ -285,7 +299,13 @@ std::vector<Table> buildTables() {
          col("FormaPago", kSmallInt, Default::Zero), col("Importe", kMoney, Default::Zero),
          col("Estado", kSmallInt, Default::Zero), col("CuentaOriginal", varchar(20)),
          col("Dpto", kSmallInt, Default::Zero)},
-        {"Apunte"}));
+        {"Apunte"});
+    // The forecasts of one journal line, of one entry, and of an account's due dates.
+    payments.indexes = {
+        {"IX_Previsiones_Pago_Mov", {"Cod_Empresa", "ApunteMov"}},
+        {"IX_Previsiones_Pago_Asiento", {"Cod_Empresa", "Cod_EjercicioMov", "Asiento"}},
+        {"IX_Previsiones_Pago_Cuenta", {"Cod_Empresa", "Cuenta", "Fecha_Vto"}}};
+    tables.push_back(payments);
     tables.push_back(
         table("Previsiones_Pago_Asientos",
               {col("Apunte", kInt), col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt),

@@ -63,12 +63,13 @@ struct Database {
         sqlite3_free(message);
         if (code != SQLITE_OK) throw std::runtime_error(text);
     }
-    std::vector<std::string> column(const std::string& sql) const {
+    /// Column `index` of every row of `sql`.
+    std::vector<std::string> column(const std::string& sql, int index = 0) const {
         std::vector<std::string> values;
         sqlite3_stmt* statement = nullptr;
         sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr);
         while (sqlite3_step(statement) == SQLITE_ROW) {
-            const auto* text = sqlite3_column_text(statement, 0);
+            const auto* text = sqlite3_column_text(statement, index);
             values.emplace_back(text ? reinterpret_cast<const char*>(text) : "NULL");
         }
         sqlite3_finalize(statement);
@@ -101,31 +102,67 @@ TEST(SqliteScript, FillsDefaultsAndNumbersIdentities) {
               std::vector<std::string>{"000"});
 }
 
-// The reads by entry number (the entry viewer, annulment, renumbering) go through the entry
-// index, in line order, instead of reading the whole exercise and sorting it.
-TEST(SqliteScript, TheLinesOfOneEntryAreReadThroughTheEntryIndex) {
+// The reads and changes the library makes by entry, by line and by account go through an
+// index that leads with what they look for, instead of reading the whole exercise: their
+// query plans, and the same indexes in the T-SQL script. An index never changes the order in
+// which a statement without ORDER BY meets its rows: the entry indexes end with the line.
+TEST(SqliteScript, ReadsByEntryLineAndAccountUseTheirIndexes) {
     Database database;
     for (const std::string& statement : sqliteScript()) database.run(statement);
-    sqlite3_stmt* statement = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(database.db,
-                                 "EXPLAIN QUERY PLAN SELECT Apunte, Cuenta FROM Movimientos WHERE "
-                                 "Cod_Empresa = 1 AND Cod_Ejercicio = 2026 AND Cod_Asiento = 57 "
-                                 "ORDER BY Apunte",
-                                 -1, &statement, nullptr),
-              SQLITE_OK);
-    std::vector<std::string> steps;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-        steps.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 3)));
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"SELECT Apunte, Cuenta FROM Movimientos WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 "
+         "AND Cod_Asiento = 57 ORDER BY Apunte",
+         "SEARCH Movimientos USING INDEX IX_Movimientos_Asiento (Cod_Empresa=? AND "
+         "Cod_Ejercicio=? AND Cod_Asiento=?)"},
+        {"SELECT D3, H3 FROM Acumulados WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 AND "
+         "Cuenta = '430'",
+         "SEARCH Acumulados USING INDEX sqlite_autoindex_Acumulados_1 (Cod_Empresa=? AND "
+         "Cod_Ejercicio=? AND Cuenta=?)"},
+        {"DELETE FROM Iva WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 AND Asiento = 57",
+         "SEARCH Iva USING INDEX IX_Iva_Asiento (Cod_Empresa=? AND Cod_Ejercicio=? AND "
+         "Asiento=?)"},
+        {"DELETE FROM Igic WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 AND Asiento = 57",
+         "SEARCH Igic USING INDEX IX_Igic_Asiento (Cod_Empresa=? AND Cod_Ejercicio=? AND "
+         "Asiento=?)"},
+        {"DELETE FROM Irpf WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 AND Asiento = 57",
+         "SEARCH Irpf USING INDEX IX_Irpf_Asiento (Cod_Empresa=? AND Cod_Ejercicio=? AND "
+         "Asiento=?)"},
+        {"DELETE FROM Movimientos_Sec WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 AND "
+         "Apunte = 9",
+         "SEARCH Movimientos_Sec USING INDEX IX_Movimientos_Sec_Apunte (Cod_Empresa=? AND "
+         "Cod_Ejercicio=? AND Apunte=?)"},
+        {"UPDATE Conc_Extractos SET Pendiente = 1 WHERE Cod_Empresa = 1 AND Cod_Ejercicio = 2026 "
+         "AND Apunte_Mto = 9",
+         "SEARCH Conc_Extractos USING INDEX IX_Conc_Extractos_Apunte (Cod_Empresa=? AND "
+         "Cod_Ejercicio=? AND Apunte_Mto=?)"},
+        {"DELETE FROM Previsiones_Pago WHERE Cod_Empresa = 1 AND ApunteMov = 9 AND "
+         "(Cod_EjercicioMov = 2026 OR Cod_EjercicioMov = 2025)",
+         "SEARCH Previsiones_Pago USING INDEX IX_Previsiones_Pago_Mov (Cod_Empresa=? AND "
+         "ApunteMov=?)"},
+        {"UPDATE Previsiones_Pago SET Asiento = 3 WHERE Cod_Empresa = 1 AND Cod_EjercicioMov = "
+         "2026 AND Asiento = 57",
+         "SEARCH Previsiones_Pago USING INDEX IX_Previsiones_Pago_Asiento (Cod_Empresa=? AND "
+         "Cod_EjercicioMov=? AND Asiento=?)"},
+        {"UPDATE Previsiones_Pago SET Estado = 1 WHERE Cod_Empresa = 1 AND Cuenta BETWEEN "
+         "'40000001' AND '40000009' AND Fecha_Vto BETWEEN '2026-01-01' AND '2026-12-31'",
+         "SEARCH Previsiones_Pago USING INDEX IX_Previsiones_Pago_Cuenta (Cod_Empresa=? AND "
+         "Cuenta>? AND Cuenta<?)"},
+    };
+    for (const auto& [statement, plan] : cases) {
+        EXPECT_EQ(database.column("EXPLAIN QUERY PLAN " + statement, 3),
+                  std::vector<std::string>{plan})
+            << statement;
     }
-    sqlite3_finalize(statement);
-    EXPECT_EQ(steps, std::vector<std::string>{
-                         "SEARCH Movimientos USING INDEX IX_Movimientos_Asiento (Cod_Empresa=? "
-                         "AND Cod_Ejercicio=? AND Cod_Asiento=?)"});
     const auto tsql = tsqlScript();
-    EXPECT_NE(std::find(tsql.begin(), tsql.end(),
-                        "CREATE INDEX [IX_Movimientos_Asiento] ON [dbo].[Movimientos] "
-                        "([Cod_Empresa], [Cod_Ejercicio], [Cod_Asiento], [Apunte])"),
-              tsql.end());
+    for (const char* index :
+         {"CREATE INDEX [IX_Movimientos_Asiento] ON [dbo].[Movimientos] ([Cod_Empresa], "
+          "[Cod_Ejercicio], [Cod_Asiento], [Apunte])",
+          "CREATE INDEX [IX_Iva_Asiento] ON [dbo].[Iva] ([Cod_Empresa], [Cod_Ejercicio], "
+          "[Asiento], [Apunte])",
+          "CREATE INDEX [IX_Previsiones_Pago_Mov] ON [dbo].[Previsiones_Pago] ([Cod_Empresa], "
+          "[ApunteMov])"}) {
+        EXPECT_NE(std::find(tsql.begin(), tsql.end(), index), tsql.end()) << index;
+    }
 }
 
 TEST(SqliteScript, TextsCompareWithoutCaseAndKeysRefuseDuplicatesAndNulls) {

@@ -302,6 +302,24 @@ INSTANTIATE_TEST_SUITE_P(
         ShapeCase{"SELECT TOP 1 Cuenta FROM Movimientos WHERE Concepto LIKE 'a%'",
                   "SELECT TOP 5 Cuenta FROM Movimientos WHERE Concepto LIKE 'bcd%'"}));
 
+// Statements the shape key must tell apart although their texts differ only in how names are
+// written: a quoted name holding the key's own separator, names in another case, brackets or
+// quotes, a word that is a keyword in one and a name in the other.
+INSTANTIATE_TEST_SUITE_P(
+    Names, ShapeCache,
+    ::testing::Values(
+        ShapeCase{std::string("SELECT Cuenta AS [a\x1fwb] FROM Movimientos"),
+                  "SELECT Cuenta AS [a] b FROM Movimientos"},
+        ShapeCase{std::string("SELECT Cuenta AS [a]]\x1fw] FROM Movimientos"),
+                  "SELECT Cuenta AS [a]]] w FROM Movimientos"},
+        ShapeCase{"SELECT Cuenta AS [x] FROM Movimientos",
+                  "SELECT Cuenta AS \"x\" FROM Movimientos"},
+        ShapeCase{"SELECT Cuenta FROM Movimientos", "select cuenta from movimientos"},
+        ShapeCase{"SELECT [Cuenta] FROM Movimientos", "SELECT [Concepto] FROM Movimientos"},
+        ShapeCase{"SELECT Cuenta FROM Movimientos WHERE Concepto = N'a'",
+                  "SELECT Cuenta FROM Movimientos WHERE Concepto = 'a'"},
+        ShapeCase{"SELECT [Select] FROM Movimientos", "SELECT Select FROM Movimientos"}));
+
 // Two literal aliases of one shape, through the provider: two column names.
 TEST(ShapeCacheThroughProvider, TextAliasesNameTheirColumns) {
     const ConnectionRef connection = openConnection("Provider=SQLite;Data Source=:memory:");

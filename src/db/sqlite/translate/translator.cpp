@@ -251,6 +251,7 @@ struct Translator::Impl {
                             const SessionState& session) const {
         Translation translation;
         translation.kind = compiled.kind;
+        translation.parameters.reserve(compiled.parameters.size());
         translation.sql = compiled.sql;
         translation.columns = compiled.columns;
         translation.targetTable = compiled.targetTable;
