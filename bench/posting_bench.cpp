@@ -326,6 +326,7 @@ int main(int argc, char** argv) {
     bool libraryOnly = false;
     bool floorOnly = false;
     bool viewer = false;
+    bool keepTemplate = false;
     app.add_option("--lines", lineCount, "lines posted per measurement (a multiple of 4)")
         ->check(CLI::Range(4, 10000000));
     app.add_option("--rounds", rounds, "interleaved rounds; medians are printed")
@@ -338,11 +339,14 @@ int main(int argc, char** argv) {
     app.add_flag("--library-only", libraryOnly, "post once through the library, nothing else");
     app.add_flag("--floor-only", floorOnly, "post once through raw SQLite, nothing else");
     app.add_flag("--viewer", viewer, "also time the entry viewer's first rows");
+    app.add_flag("--keep-template", keepTemplate,
+                 "keep the template database in --dir, and use one already there");
     CLI11_PARSE(app, argc, argv);
     lineCount -= lineCount % kLinesPerEntry;
 
     const std::vector<std::string> accounts = postingAccounts();
-    const std::string templateFile = folder + "/kvlnmov_posting_template.db";
+    const std::string templateFile =
+        folder + "/kvlnmov_posting_template_" + std::to_string(bookLines) + ".db";
     const std::string rawFile = folder + "/kvlnmov_posting_raw.db";
     const std::string libraryFile = folder + "/kvlnmov_posting_library.db";
     auto fresh = [&](const std::string& file) {
@@ -352,7 +356,8 @@ int main(int argc, char** argv) {
     };
 
     try {
-        buildTemplate(templateFile, accounts, bookLines);
+        if (!keepTemplate || !std::filesystem::exists(templateFile))
+            buildTemplate(templateFile, accounts, bookLines);
         const std::int32_t firstEntry = bookLines / kLinesPerEntry + 1;
         if (libraryOnly || floorOnly) {
             const Mode mode = modeNames.front() == "caller" ? Mode::Caller
@@ -364,6 +369,7 @@ int main(int argc, char** argv) {
             } else {
                 postRaw(rawFile, accounts, batchLines(lineCount, 1), mode, firstEntry);
             }
+            if (!keepTemplate) std::filesystem::remove(templateFile);
             return 0;
         }
         std::printf("books of %d lines before the batch; %d lines per batch; %d rounds\n",
@@ -400,6 +406,7 @@ int main(int argc, char** argv) {
             }
         }
         for (const std::string& file : {templateFile, rawFile, libraryFile}) {
+            if (file == templateFile && keepTemplate) continue;
             for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(file + suffix);
         }
     } catch (const std::exception& error) {
