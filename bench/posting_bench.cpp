@@ -209,18 +209,21 @@ double postRaw(const std::string& file, const std::vector<std::string>& accounts
         "INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento, Apunte, Fecha_Asiento, "
         "Cuenta, Fecha_Apunte, Concepto, Debe, Haber) VALUES (1, 2026, ?1, ?2, '2026-03-15', ?3, "
         "'2026-03-15', 'Linea', ?4, ?5)");
-    sqlite3_stmt* debitCompany = db.prepare(
-        "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, D3) VALUES (1, 2026, "
-        "?3, ?1, ?2) ON CONFLICT DO UPDATE SET D3 = D3 + excluded.D3");
-    sqlite3_stmt* creditCompany = db.prepare(
-        "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, H3) VALUES (1, 2026, "
-        "?3, ?1, ?2) ON CONFLICT DO UPDATE SET H3 = H3 + excluded.H3");
-    sqlite3_stmt* debitDepartment = db.prepare(
-        "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, Nivel, D3) VALUES "
-        "(1, 2026, ?3, 0, ?1, ?2) ON CONFLICT DO UPDATE SET D3 = D3 + excluded.D3");
-    sqlite3_stmt* creditDepartment = db.prepare(
-        "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, Nivel, H3) VALUES "
-        "(1, 2026, ?3, 0, ?1, ?2) ON CONFLICT DO UPDATE SET H3 = H3 + excluded.H3");
+    // One upsert per balance table and side: the amount added to the month's column.
+    auto upsert = [&](bool department, const char* column) {
+        const std::string table = department ? "Acumulados_Dpto" : "Acumulados";
+        const std::string sql = "INSERT INTO " + table +
+                                " (Cod_Empresa, Cod_Ejercicio, Cuenta, " +
+                                (department ? "Dpto, " : "") + "Nivel, " + column +
+                                ") VALUES (1, 2026, ?3, " + (department ? "0, " : "") +
+                                "?1, ?2) ON CONFLICT DO UPDATE SET " + column + " = " + column +
+                                " + excluded." + column;
+        return db.prepare(sql.c_str());
+    };
+    sqlite3_stmt* debitCompany = upsert(false, "D3");
+    sqlite3_stmt* creditCompany = upsert(false, "H3");
+    sqlite3_stmt* debitDepartment = upsert(true, "D3");
+    sqlite3_stmt* creditDepartment = upsert(true, "H3");
 
     const auto start = Clock::now();
     if (mode == Mode::Caller) db.exec("BEGIN IMMEDIATE");

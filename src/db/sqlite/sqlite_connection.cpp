@@ -31,7 +31,8 @@ bool writableFile(sqlite3* db) {
 
 }  // namespace
 
-void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters) {
+void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters,
+                    bool copyTexts) {
     for (std::size_t i = 0; i < parameters.size(); ++i) {
         const int position = static_cast<int>(i) + 1;
         const SqlValue& value = parameters[i];
@@ -42,7 +43,8 @@ void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlV
             resultCode = sqlite3_bind_double(statement, position, *real);
         } else if (const auto* text = std::get_if<std::string>(&value)) {
             resultCode = sqlite3_bind_text(statement, position, text->data(),
-                                           static_cast<int>(text->size()), SQLITE_TRANSIENT);
+                                           static_cast<int>(text->size()),
+                                           copyTexts ? SQLITE_TRANSIENT : SQLITE_STATIC);
         } else {
             resultCode = sqlite3_bind_null(statement, position);
         }
@@ -82,7 +84,7 @@ Translation SqliteConnection::translate(std::string_view text) {
 std::int32_t SqliteConnection::run(const Translation& translation) {
     sqlite3* db = db_.get();
     StatementCache::Lease lease = statements_.acquire(translation.sql);
-    bindParameters(db, lease.get(), translation.parameters);
+    bindParameters(db, lease.get(), translation.parameters, false);
     int resultCode;
     while ((resultCode = sqlite3_step(lease.get())) == SQLITE_ROW) {
     }
@@ -123,7 +125,7 @@ std::optional<std::int64_t> SqliteConnection::queryInteger(
     const std::string& sql, const std::vector<SqlValue>& parameters) {
     sqlite3* db = db_.get();
     StatementCache::Lease lease = statements_.acquire(sql);
-    bindParameters(db, lease.get(), parameters);
+    bindParameters(db, lease.get(), parameters, false);
     std::optional<std::int64_t> result;
     int resultCode = sqlite3_step(lease.get());
     if (resultCode == SQLITE_ROW && sqlite3_column_type(lease.get(), 0) != SQLITE_NULL)
@@ -137,7 +139,7 @@ std::int64_t SqliteConnection::executeNative(const std::string& sql,
                                              const std::vector<SqlValue>& parameters) {
     sqlite3* db = db_.get();
     StatementCache::Lease lease = statements_.acquire(sql);
-    bindParameters(db, lease.get(), parameters);
+    bindParameters(db, lease.get(), parameters, false);
     int resultCode;
     while ((resultCode = sqlite3_step(lease.get())) == SQLITE_ROW) {
     }

@@ -84,8 +84,10 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     bool schemaReadInTransaction_ = false;
 };
 
-/// Binds `parameters` to ?1, ?2, ... of `statement`.
-void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters);
+/// Binds `parameters` to ?1, ?2, ... of `statement`. Texts are copied unless `copyTexts` is
+/// false, for a statement run to its end and given back while `parameters` still lives.
+void bindParameters(sqlite3* db, sqlite3_stmt* statement, const std::vector<SqlValue>& parameters,
+                    bool copyTexts = true);
 
 /// A cursor over the rows of a running SELECT, each value converted to the Variant of its
 /// SQL Server column type. The first row is fetched at once so that errors surface on open.
