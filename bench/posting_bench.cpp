@@ -102,7 +102,10 @@ void check(sqlite3* db, int resultCode, const char* what) {
 class RawDatabase {
   public:
     explicit RawDatabase(const std::string& file) {
-        check(db_, sqlite3_open(file.c_str(), &db_), "open");
+        check(db_,
+              sqlite3_open_v2(file.c_str(), &db_,
+                              SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr),
+              "open");
         sqlite3_busy_timeout(db_, 5000);
         exec("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL");
     }

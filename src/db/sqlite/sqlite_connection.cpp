@@ -228,7 +228,10 @@ void SqliteConnection::createCompanySchema() {
 ConnectionRef openSqliteConnection(std::string connectionString, const std::string& path,
                                    int busyTimeoutMs, bool readOnly) {
     sqlite3* db = nullptr;
-    const int flags = readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE;
+    // A connection is used by one thread at a time (the library's state is process-wide), so
+    // SQLite need not lock around each of its calls on it.
+    const int flags = SQLITE_OPEN_NOMUTEX |
+                      (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     int resultCode = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
     auto fail = [&](int code) -> Error {
         const std::string message = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);

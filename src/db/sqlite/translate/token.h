@@ -2,6 +2,7 @@
 
 // Tokens of a T-SQL statement as the tokenizer reads them.
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -66,16 +67,78 @@ struct RawToken {
     std::string value() const;
 };
 
+// Character classes, looked up once per character.
+enum CharClass : unsigned char {
+    kIdentifierStart = 1,  ///< a letter, '_', '#', or any byte of a multi-byte character
+    kIdentifierPart = 2,   ///< what may follow in a name: also digits, '@' and '$'
+    kDigit = 4,
+    kBlank = 8,  ///< the blanks between tokens (those of the C locale's isspace)
+};
+
+inline constexpr std::array<unsigned char, 256> kCharClasses = [] {
+    std::array<unsigned char, 256> classes{};
+    for (int c = 0; c < 256; ++c) {
+        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+        const bool digit = c >= '0' && c <= '9';
+        unsigned char flags = 0;
+        if (letter || c == '_' || c == '#' || c >= 0x80) flags |= kIdentifierStart | kIdentifierPart;
+        if (digit || c == '@' || c == '$') flags |= kIdentifierPart;
+        if (digit) flags |= kDigit;
+        if (c == ' ' || (c >= '\t' && c <= '\r')) flags |= kBlank;
+        classes[static_cast<std::size_t>(c)] = flags;
+    }
+    return classes;
+}();
+
+inline bool hasClass(char c, CharClass charClass) {
+    return (kCharClasses[static_cast<unsigned char>(c)] & charClass) != 0;
+}
+
 /// Reads the tokens of a statement one at a time, skipping blanks and comments. The last token
 /// is End, or one of UnclosedString / UnclosedComment.
 class TokenScanner {
   public:
     explicit TokenScanner(std::string_view text);
-    /// The next token into `token`; false once the last token was given.
-    bool next(RawToken& token);
+    /// The next token into `token`; false once the last token was given. Blanks and the two
+    /// commonest tokens (a word, a one-character symbol) are read here, inline; comments and
+    /// every other token by `nextOther`.
+    bool next(RawToken& token) {
+        if (done_) return false;
+        token.close = 0;
+        token.doubled = false;
+        token.quoted = false;
+        const char* const data = text_.data();
+        const std::size_t size = text_.size();
+        while (pos_ < size && hasClass(data[pos_], kBlank)) ++pos_;
+        if (pos_ < size) {
+            const char c = data[pos_];
+            const std::size_t start = pos_;
+            if (hasClass(c, kIdentifierStart) && !((c == 'N' || c == 'n') && peek(1) == '\'')) {
+                ++pos_;
+                while (pos_ < size && hasClass(data[pos_], kIdentifierPart)) ++pos_;
+                // A word: tokenize() tells the reserved ones apart.
+                token.kind = TokenKind::Identifier;
+                token.offset = start;
+                token.body = std::string_view(data + start, pos_ - start);
+                return true;
+            }
+            if ((c == ',' || c == '(' || c == ')' || c == '=' || c == '*') ||
+                (c == '.' && !hasClass(peek(1), kDigit))) {
+                ++pos_;
+                token.kind = TokenKind::Symbol;
+                token.offset = start;
+                token.body = std::string_view(data + start, 1);
+                return true;
+            }
+        }
+        return nextOther(token);
+    }
 
   private:
-    char peek(std::size_t ahead) const;
+    bool nextOther(RawToken& token);
+    char peek(std::size_t ahead) const {
+        return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : '\0';
+    }
     /// Skips blanks and comments; true (with `token` set) at an unclosed comment.
     bool skipBlanksAndComments(RawToken& token);
     void readToken(RawToken& token);

@@ -196,33 +196,6 @@ constexpr std::string_view kReservedWords[] = {
     "WRITETEXT",
 };
 
-// Character classes, looked up once per character.
-enum CharClass : unsigned char {
-    kIdentifierStart = 1,  ///< a letter, '_', '#', or any byte of a multi-byte character
-    kIdentifierPart = 2,   ///< what may follow in a name: also digits, '@' and '$'
-    kDigit = 4,
-    kBlank = 8,  ///< the blanks between tokens (those of the C locale's isspace)
-};
-
-constexpr std::array<unsigned char, 256> kCharClasses = [] {
-    std::array<unsigned char, 256> classes{};
-    for (int c = 0; c < 256; ++c) {
-        const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-        const bool digit = c >= '0' && c <= '9';
-        unsigned char flags = 0;
-        if (letter || c == '_' || c == '#' || c >= 0x80) flags |= kIdentifierStart | kIdentifierPart;
-        if (digit || c == '@' || c == '$') flags |= kIdentifierPart;
-        if (digit) flags |= kDigit;
-        if (c == ' ' || (c >= '\t' && c <= '\r')) flags |= kBlank;
-        classes[static_cast<std::size_t>(c)] = flags;
-    }
-    return classes;
-}();
-
-bool hasClass(char c, CharClass charClass) {
-    return (kCharClasses[static_cast<unsigned char>(c)] & charClass) != 0;
-}
-
 bool isIdentifierStart(unsigned char c) { return (kCharClasses[c] & kIdentifierStart) != 0; }
 bool isDigit(char c) { return hasClass(c, kDigit); }
 
@@ -267,47 +240,12 @@ bool isReservedWord(std::string_view word) {
 
 TokenScanner::TokenScanner(std::string_view text) : text_(text) {}
 
-char TokenScanner::peek(std::size_t ahead) const {
-    return pos_ + ahead < text_.size() ? text_[pos_ + ahead] : '\0';
-}
-
-bool TokenScanner::next(RawToken& token) {
-    if (done_) return false;
-    token.close = 0;
-    token.doubled = false;
-    token.quoted = false;
-    // Blanks, then the two commonest tokens (a word, a one-character symbol) read here at once;
-    // comments and every other token by the readers below.
-    const char* const data = text_.data();
-    const std::size_t size = text_.size();
-    while (pos_ < size && hasClass(data[pos_], kBlank)) ++pos_;
-    if (pos_ < size) {
-        const char c = data[pos_];
-        const std::size_t start = pos_;
-        if (hasClass(c, kIdentifierStart) && !((c == 'N' || c == 'n') && peek(1) == '\'')) {
-            ++pos_;
-            while (pos_ < size && hasClass(data[pos_], kIdentifierPart)) ++pos_;
-            // A word: tokenize() tells the reserved ones apart.
-            token.kind = TokenKind::Identifier;
-            token.offset = start;
-            token.body = std::string_view(data + start, pos_ - start);
-            return true;
-        }
-        if (c == ',' || c == '(' || c == ')' || c == '=' || c == '.' || c == '*') {
-            if (!(c == '.' && isDigit(peek(1)))) {
-                ++pos_;
-                token.kind = TokenKind::Symbol;
-                token.offset = start;
-                token.body = std::string_view(data + start, 1);
-                return true;
-            }
-        }
-    }
+bool TokenScanner::nextOther(RawToken& token) {
     if (skipBlanksAndComments(token)) {
         done_ = true;  // an unclosed comment ends the text
         return true;
     }
-    if (pos_ >= size) {
+    if (pos_ >= text_.size()) {
         token.kind = TokenKind::End;
         token.offset = pos_;
         token.body = {};

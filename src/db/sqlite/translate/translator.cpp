@@ -104,6 +104,7 @@ bool matches(const ShapeLiteral& literal, std::string_view text) {
 // parser reports.
 bool scanShape(std::string_view text, std::string& key, std::vector<LiteralText>& literals) {
     key.clear();
+    key.reserve(text.size() + text.size() / 2 + 16);
     literals.clear();
     tsql::TokenScanner scanner(text);
     tsql::RawToken token;
