@@ -174,24 +174,24 @@ void SqliteConnection::commitTransaction() { check(db_.get(), runControl("COMMIT
 void SqliteConnection::rollbackTransaction() { check(db_.get(), runControl("ROLLBACK")); }
 
 bool SqliteConnection::openOperationTransaction() {
-    operationSavepoint_ = sqlite3_get_autocommit(db_.get()) == 0;
-    if (!operationSavepoint_) schemaReadInTransaction_ = false;
-    check(db_.get(),
-          runControl(operationSavepoint_ ? "SAVEPOINT kvlnmov_operation" : "BEGIN IMMEDIATE"));
+    // Inside the caller's transaction the operation needs nothing of its own: the caller's
+    // BEGIN IMMEDIATE holds the write lock, and an operation keeps what its statements did
+    // whether it succeeds or fails, so a savepoint would only be released.
+    inCallerTransaction_ = sqlite3_get_autocommit(db_.get()) == 0;
+    if (inCallerTransaction_) return true;
+    schemaReadInTransaction_ = false;
+    check(db_.get(), runControl("BEGIN IMMEDIATE"));
     return true;
 }
 
 void SqliteConnection::commitOperationTransaction() {
     sqlite3* db = db_.get();
+    if (inCallerTransaction_) return;
     if (sqlite3_get_autocommit(db) != 0) return;  // ended by the database after a failure
-    const int resultCode =
-        runControl(operationSavepoint_ ? "RELEASE kvlnmov_operation" : "COMMIT");
+    const int resultCode = runControl("COMMIT");
     if (resultCode == SQLITE_OK) return;
     const Error failure = sqliteError(db, resultCode, "COMMIT");
-    sqlite3_exec(db,
-                 operationSavepoint_ ? "ROLLBACK TO kvlnmov_operation; RELEASE kvlnmov_operation"
-                                     : "ROLLBACK",
-                 nullptr, nullptr, nullptr);
+    sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
     throw failure;
 }
 

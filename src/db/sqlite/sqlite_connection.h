@@ -47,8 +47,8 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     void beginTransaction() override;
     void commitTransaction() override;
     void rollbackTransaction() override;
-    /// BEGIN IMMEDIATE (the write lock at once, waiting up to the busy timeout), or a
-    /// savepoint inside the caller's transaction.
+    /// BEGIN IMMEDIATE (the write lock at once, waiting up to the busy timeout); nothing
+    /// inside the caller's transaction.
     bool openOperationTransaction() override;
     void commitOperationTransaction() override;
     bool operationTransactionAlive() override;
@@ -77,8 +77,8 @@ class SqliteConnection final : public Connection, public ProcedureHost {
     Translator translator_;
     StatementCache statements_;
     SessionState session_;
-    /// The open operation transaction is a savepoint inside the caller's transaction.
-    bool operationSavepoint_ = false;
+    /// The open operation runs inside the caller's transaction (and opened none of its own).
+    bool inCallerTransaction_ = false;
     /// The schema was read since the open transaction began: no statement of this
     /// transaction needs to read it again.
     bool schemaReadInTransaction_ = false;
