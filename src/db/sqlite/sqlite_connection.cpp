@@ -148,9 +148,20 @@ std::int64_t SqliteConnection::executeNative(const std::string& sql,
 }
 
 std::optional<std::int64_t> SqliteConnection::takeNumber(const NumberReservation& reservation) {
-    // One statement reserves the number and returns it: it runs under the write lock and is
-    // undone whole by SQLite when it fails, so it needs no savepoint of its own.
-    return queryInteger(reservation.reserveReturning, reservation.parameters);
+    if (sqlite3_get_autocommit(db_.get()) != 0) {
+        // On its own: one statement reserves the number and returns it, atomic by itself.
+        return queryInteger(reservation.reserveReturning, reservation.parameters);
+    }
+    // Inside a transaction (an operation's or the caller's, both BEGIN IMMEDIATE) this
+    // connection holds the write lock: no one can take a number between the reservation and
+    // its reading, which are far cheaper as two plain statements than as one that returns
+    // rows. Should the reading fail, the reserved number is only left unused, as the number
+    // of a deleted line is.
+    if (executeNative(reservation.reserve, reservation.parameters) == 0) return std::nullopt;
+    const std::vector<SqlValue> key(
+        reservation.parameters.begin(),
+        reservation.parameters.begin() + static_cast<std::ptrdiff_t>(reservation.keyCount));
+    return queryInteger(reservation.read, key);
 }
 
 void SqliteConnection::runNative(const char* sql) {

@@ -34,7 +34,8 @@ class SqliteConnection final : public Connection, public ProcedureHost {
                                const std::vector<SqlValue>& parameters) override;
     std::optional<std::int64_t> queryInteger(const std::string& sql,
                                              const std::vector<SqlValue>& parameters) override;
-    /// One INSERT ... RETURNING statement.
+    /// One INSERT ... RETURNING statement on its own; inside a transaction, which holds the
+    /// write lock, the reservation and then the reading.
     std::optional<std::int64_t> takeNumber(const NumberReservation& reservation) override;
 
     /// The connection's @@IDENTITY (nothing is Null).
