@@ -362,6 +362,29 @@ std::optional<std::int64_t> scaleDecimalText(std::string_view text) {
 
 std::string canonicalDateTime(const Date& date) {
     char buffer[32];
+    const int year = date.year();
+    if (year >= 0 && year <= 9999) {
+        // Written digit by digit: this runs for every date a statement carries.
+        auto put = [&](std::size_t at, int value, int width) {
+            for (int i = width - 1; i >= 0; --i, value /= 10)
+                buffer[at + static_cast<std::size_t>(i)] = static_cast<char>('0' + value % 10);
+        };
+        put(0, year, 4);
+        buffer[4] = '-';
+        put(5, date.month(), 2);
+        buffer[7] = '-';
+        put(8, date.day(), 2);
+        if (date.millisecondOfDay() == 0) return std::string(buffer, 10);
+        buffer[10] = ' ';
+        put(11, date.hour(), 2);
+        buffer[13] = ':';
+        put(14, date.minute(), 2);
+        buffer[16] = ':';
+        put(17, date.second(), 2);
+        buffer[19] = '.';
+        put(20, date.millisecond(), 3);
+        return std::string(buffer, 23);
+    }
     if (date.millisecondOfDay() == 0) {
         std::snprintf(buffer, sizeof buffer, "%04d-%02d-%02d", date.year(), date.month(),
                       date.day());
