@@ -1,7 +1,7 @@
-// The company database's stored procedures, written against SQLite. Each takes its number with
-// one INSERT ... ON CONFLICT DO UPDATE statement that returns it, or reads it back inside the
-// same savepoint where the road to the database cannot return rows from an INSERT: the change
-// takes the database's write lock, held until the statement or savepoint ends, so two
+// The company database's stored procedures, written against SQLite. Each reserves its number
+// with one INSERT ... ON CONFLICT DO UPDATE statement, which takes the database's write lock;
+// the host reads the number back while it still holds that lock (the same statement returning
+// it, the reading inside the host's transaction, or inside a savepoint of its own), so two
 // connections (or processes) can never be given the same number.
 
 #include "db/sqlite/procedures.h"
