@@ -101,13 +101,13 @@ std::string describe(const Outcome& outcome) {
         return "error " + std::to_string(outcome.number) + ": " + outcome.description;
     }
     const Translation& t = *outcome.translation;
-    std::string text = "sql: " + t.sql + "\nparameters:";
+    std::string text = "sql: " + t.sql() + "\nparameters:";
     for (const SqlValue& value : t.parameters) text += " " + describe(value);
     text += "\ncolumns:";
-    for (const ResultColumn& column : t.columns) {
+    for (const ResultColumn& column : t.columns()) {
         text += " [" + column.name + " " + kvlnmov::schema::tsqlTypeName(column.type) + "]";
     }
-    text += "\ntarget: " + t.targetTable + (t.targetHasIdentity ? " (identity)" : "");
+    text += "\ntarget: " + t.targetTable() + (t.targetHasIdentity() ? " (identity)" : "");
     return text;
 }
 
@@ -174,15 +174,15 @@ void requireSame(const Outcome& a, const Outcome& b, const char* what, std::stri
 /// The translation prepares as the provider prepares it, with its parameters and columns.
 void requirePrepares(const Translation& translation, std::string_view statement) {
     Fixture& f = fixture();
-    std::string key = std::to_string(static_cast<int>(translation.kind)) + ":" +
+    std::string key = std::to_string(static_cast<int>(translation.kind())) + ":" +
                       std::to_string(translation.parameters.size()) + ":" +
-                      std::to_string(translation.columns.size()) + ":" + translation.sql;
+                      std::to_string(translation.columns().size()) + ":" + translation.sql();
     if (f.prepared.contains(key)) return;
     if (f.prepared.size() > 200000) f.prepared.clear();
     f.prepared.insert(std::move(key));
     StatementCache::Lease lease;
     try {
-        lease = f.statements->acquire(translation.sql);
+        lease = f.statements->acquire(translation.sql());
     } catch (const Error& error) {
         const tsql::SqlErrors errors(kSource);
         const bool limit = error.number() == kvlnmov::errc::kSyntax &&
@@ -191,30 +191,30 @@ void requirePrepares(const Translation& translation, std::string_view statement)
         if (limit) return;
         finding(
             "the translation does not prepare", statement,
-            translation.sql + "\n" + std::to_string(error.number()) + ": " + error.description());
+            translation.sql() + "\n" + std::to_string(error.number()) + ": " + error.description());
     }
     sqlite3_stmt* prepared = lease.get();
     const int markers = sqlite3_bind_parameter_count(prepared);
     if (markers != static_cast<int>(translation.parameters.size())) {
         finding("parameters and markers differ", statement,
-                translation.sql + "\nmarkers: " + std::to_string(markers) +
+                translation.sql() + "\nmarkers: " + std::to_string(markers) +
                     ", parameters: " + std::to_string(translation.parameters.size()));
     }
     for (int i = 1; i <= markers; ++i) {
         const char* name = sqlite3_bind_parameter_name(prepared, i);
         if (name == nullptr || std::string(name) != "?" + std::to_string(i)) {
-            finding("a parameter is not numbered ?N", statement, translation.sql);
+            finding("a parameter is not numbered ?N", statement, translation.sql());
         }
     }
-    const bool select = translation.kind == StatementKind::Select;
+    const bool select = translation.kind() == StatementKind::Select;
     const int columns = sqlite3_column_count(prepared);
-    if (columns != (select ? static_cast<int>(translation.columns.size()) : 0)) {
+    if (columns != (select ? static_cast<int>(translation.columns().size()) : 0)) {
         finding("result columns differ", statement,
-                translation.sql + "\nSQLite columns: " + std::to_string(columns) +
-                    ", typed: " + std::to_string(translation.columns.size()));
+                translation.sql() + "\nSQLite columns: " + std::to_string(columns) +
+                    ", typed: " + std::to_string(translation.columns().size()));
     }
     if (select != (sqlite3_stmt_readonly(prepared) != 0)) {
-        finding(select ? "a query writes" : "a change reads only", statement, translation.sql);
+        finding(select ? "a query writes" : "a change reads only", statement, translation.sql());
     }
     bindParameters(f.db, prepared, translation.parameters);
     if (select) {

@@ -197,13 +197,13 @@ std::int32_t SqliteDialect::execute(std::string_view text) { return run(translat
 
 std::int32_t SqliteDialect::run(const sqlite::Translation& translation) {
     auto statement =
-        run(translation.sql, translation.parameters, sqlite::kindName(translation.kind));
-    if (translation.kind == StatementKind::Select) return -1;
+        run(translation.sql(), translation.parameters, sqlite::kindName(translation.kind()));
+    if (translation.kind() == StatementKind::Select) return -1;
     // A change that matched no row is answered with SQL_NO_DATA and a count of 0.
     const std::int64_t changed = std::max<std::int64_t>(statement->rowCount(), 0);
     statement.reset();
-    if (translation.kind == StatementKind::Insert) {
-        if (translation.targetHasIdentity && changed > 0) {
+    if (translation.kind() == StatementKind::Insert) {
+        if (translation.targetHasIdentity() && changed > 0) {
             session_.identity = queryInteger("SELECT last_insert_rowid()", {});
         } else {
             session_.identity.reset();
@@ -215,12 +215,12 @@ std::int32_t SqliteDialect::run(const sqlite::Translation& translation) {
 
 std::unique_ptr<Cursor> SqliteDialect::open(std::string_view text) {
     const sqlite::Translation translation = translate(text);
-    if (translation.kind != StatementKind::Select) {
+    if (translation.kind() != StatementKind::Select) {
         run(translation);
         return makeEmptyCursor();
     }
     return std::make_unique<TranslatedCursor>(
-        run(translation.sql, translation.parameters, "SELECT"), translation.columns);
+        run(translation.sql(), translation.parameters, "SELECT"), translation.columns());
 }
 
 void SqliteDialect::callProcedure(const std::string& name, ParameterList& parameters) {

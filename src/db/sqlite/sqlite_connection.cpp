@@ -83,16 +83,16 @@ Translation SqliteConnection::translate(std::string_view text) {
 
 std::int32_t SqliteConnection::run(const Translation& translation) {
     sqlite3* db = db_.get();
-    StatementCache::Lease lease = statements_.acquire(translation.sql);
+    StatementCache::Lease lease = statements_.acquire(translation.sql());
     bindParameters(db, lease.get(), translation.parameters, false);
     int resultCode;
     while ((resultCode = sqlite3_step(lease.get())) == SQLITE_ROW) {
     }
-    if (resultCode != SQLITE_DONE) throw sqliteError(db, resultCode, kindName(translation.kind));
-    if (translation.kind == StatementKind::Select) return -1;
+    if (resultCode != SQLITE_DONE) throw sqliteError(db, resultCode, kindName(translation.kind()));
+    if (translation.kind() == StatementKind::Select) return -1;
     const std::int64_t changed = sqlite3_changes64(db);
-    if (translation.kind == StatementKind::Insert) {
-        if (translation.targetHasIdentity && changed > 0) {
+    if (translation.kind() == StatementKind::Insert) {
+        if (translation.targetHasIdentity() && changed > 0) {
             session_.identity = sqlite3_last_insert_rowid(db);
         } else {
             session_.identity.reset();
@@ -108,13 +108,13 @@ std::int32_t SqliteConnection::executeStatement(std::string_view text) {
 
 std::unique_ptr<Cursor> SqliteConnection::openCursor(std::string_view text) {
     const Translation translation = translate(text);
-    if (translation.kind != StatementKind::Select) {
+    if (translation.kind() != StatementKind::Select) {
         run(translation);
         return makeEmptyCursor();
     }
-    StatementCache::Lease lease = statements_.acquire(translation.sql);
+    StatementCache::Lease lease = statements_.acquire(translation.sql());
     bindParameters(db_.get(), lease.get(), translation.parameters);
-    return makeCursor(db_.get(), std::move(lease), translation.columns);
+    return makeCursor(db_.get(), std::move(lease), translation.columns());
 }
 
 void SqliteConnection::callProcedure(const std::string& name, ParameterList& parameters) {

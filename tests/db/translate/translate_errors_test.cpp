@@ -21,7 +21,7 @@ TEST_P(TranslationError, IsRaisedWithTheServersNumberAndText) {
     const ErrorCase& c = GetParam();
     try {
         Translation translation = translateOnce(c.tsql);
-        FAIL() << "translated to " << translation.sql;
+        FAIL() << "translated to " << translation.sql();
     } catch (const Error& error) {
         EXPECT_EQ(error.number(), c.number) << c.tsql;
         EXPECT_EQ(error.description(), c.description) << c.tsql;
@@ -193,7 +193,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(SingleStatement, AcceptsOneTrailingSemicolonAndComments) {
     Translation translation =
         translateOnce("-- the concept\nDELETE FROM Conceptos /* by code */ WHERE Codigo = '1';");
-    EXPECT_EQ(translation.sql, "DELETE FROM \"Conceptos\" WHERE \"Conceptos\".\"Codigo\" = ?1");
+    EXPECT_EQ(translation.sql(), "DELETE FROM \"Conceptos\" WHERE \"Conceptos\".\"Codigo\" = ?1");
 }
 
 }  // namespace

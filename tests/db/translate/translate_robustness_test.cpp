@@ -42,10 +42,10 @@ class RobustTranslation : public ::testing::TestWithParam<TranslationCase> {};
 TEST_P(RobustTranslation, IsExactlyTheSqliteTextItMeans) {
     const TranslationCase& c = GetParam();
     const Translation translation = translateOnce(c.tsql);
-    EXPECT_EQ(translation.sql, c.sql);
+    EXPECT_EQ(translation.sql(), c.sql);
     EXPECT_EQ(translation.parameters, c.parameters);
     std::vector<std::string> names;
-    for (const ResultColumn& column : translation.columns) names.push_back(column.name);
+    for (const ResultColumn& column : translation.columns()) names.push_back(column.name);
     EXPECT_EQ(names, c.columnNames);
     // And it prepares on SQLite with exactly its parameters.
     MemoryDatabase db;
@@ -116,7 +116,7 @@ TEST_P(RobustError, IsTheServersError) {
     const ErrorCase& c = GetParam();
     try {
         const Translation translation = translateOnce(c.tsql);
-        FAIL() << "translated to " << translation.sql;
+        FAIL() << "translated to " << translation.sql();
     } catch (const Error& error) {
         EXPECT_EQ(error.number(), c.number);
         EXPECT_EQ(error.description(), c.description);
@@ -239,12 +239,12 @@ TEST_P(ShapeCache, CachedTranslationIsTheFreshOne) {
     try {
         const Translation cached = warm.translate(c.second, session);
         ASSERT_EQ(freshError, "") << "the cache accepted what a fresh translator refuses";
-        EXPECT_EQ(cached.sql, fresh.sql);
+        EXPECT_EQ(cached.sql(), fresh.sql());
         EXPECT_EQ(cached.parameters, fresh.parameters);
-        ASSERT_EQ(cached.columns.size(), fresh.columns.size());
-        for (std::size_t i = 0; i < cached.columns.size(); ++i) {
-            EXPECT_EQ(cached.columns[i].name, fresh.columns[i].name);
-            EXPECT_EQ(cached.columns[i].type, fresh.columns[i].type);
+        ASSERT_EQ(cached.columns().size(), fresh.columns().size());
+        for (std::size_t i = 0; i < cached.columns().size(); ++i) {
+            EXPECT_EQ(cached.columns()[i].name, fresh.columns()[i].name);
+            EXPECT_EQ(cached.columns()[i].type, fresh.columns()[i].type);
         }
     } catch (const Error& error) {
         EXPECT_EQ(error.description(), freshError);

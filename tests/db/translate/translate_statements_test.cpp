@@ -24,9 +24,9 @@ TEST_P(CallerStatement, TranslatesAndRunsOnSqlite) {
     const Shape& shape = GetParam();
     MemoryDatabase database;
     Translation translation = database.translator().translate(shape.tsql, database.session());
-    EXPECT_EQ(translation.kind, shape.kind);
-    EXPECT_EQ(translation.sql.find('@'), std::string::npos);
-    EXPECT_NO_THROW(database.run(translation)) << translation.sql;
+    EXPECT_EQ(translation.kind(), shape.kind);
+    EXPECT_EQ(translation.sql().find('@'), std::string::npos);
+    EXPECT_NO_THROW(database.run(translation)) << translation.sql();
 }
 
 // Constructs ordinary callers write besides the library's own statements.
@@ -84,7 +84,7 @@ TEST_P(EmittedText, IsExactlyTheSqliteTextAndValues) {
     SessionState session;
     session.identity = 42;
     Translation translation = translateOnce(expected.tsql, session);
-    EXPECT_EQ(translation.sql, expected.sql);
+    EXPECT_EQ(translation.sql(), expected.sql);
     EXPECT_EQ(translation.parameters, expected.parameters);
 }
 
@@ -131,7 +131,7 @@ TEST(GetDate, IsBoundAsTheLocalTimeOfEachExecution) {
         std::string before = tsql::canonicalDateTime(Date::now());
         Translation translation = translator.translate(tsql, {});
         std::string after = tsql::canonicalDateTime(Date::now());
-        EXPECT_EQ(translation.sql,
+        EXPECT_EQ(translation.sql(),
                   "UPDATE \"Asientos\" SET \"FechaUltMod\" = ?1 WHERE \"Asientos\".\"Codigo\" "
                   "= ?2");
         ASSERT_EQ(translation.parameters.size(), 2u);

@@ -58,7 +58,7 @@ void MemoryDatabase::exec(const std::string& sql) {
 }
 
 std::vector<Row> MemoryDatabase::run(const Translation& translation) {
-    sqlite3_stmt* statement = prepare(db_, translation.sql);
+    sqlite3_stmt* statement = prepare(db_, translation.sql());
     for (std::size_t i = 0; i < translation.parameters.size(); ++i) {
         int index = static_cast<int>(i) + 1;
         const SqlValue& value = translation.parameters[i];

@@ -184,7 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(AssignedLiteral, NullIsWrittenAsNullNotAsAParameter) {
     Translation translation = translateOnce("UPDATE Movimientos SET Concepto = NULL, Dpto = 1");
-    EXPECT_EQ(translation.sql, "UPDATE \"Movimientos\" SET \"Concepto\" = NULL, \"Dpto\" = ?1");
+    EXPECT_EQ(translation.sql(), "UPDATE \"Movimientos\" SET \"Concepto\" = NULL, \"Dpto\" = ?1");
     EXPECT_EQ(translation.parameters, std::vector<SqlValue>{std::int64_t{1}});
 }
 
@@ -206,7 +206,7 @@ class ResultColumns : public ::testing::TestWithParam<TypeCase> {};
 
 TEST_P(ResultColumns, CarryTheServersNamesAndTypes) {
     Translation translation = translateOnce(GetParam().tsql);
-    EXPECT_EQ(describe(translation.columns), describe(GetParam().columns)) << GetParam().tsql;
+    EXPECT_EQ(describe(translation.columns()), describe(GetParam().columns)) << GetParam().tsql;
 }
 
 constexpr schema::ColumnType kInt{schema::SqlType::Int};

@@ -25,12 +25,8 @@ using tsql::TokenKind;
 
 /// What a translation keeps for its statement shape: everything but the literal values.
 struct CompiledStatement {
-    StatementKind kind = StatementKind::Select;
-    std::string sql;
+    std::shared_ptr<const TranslatedShape> shape;
     std::vector<ParameterSource> parameters;
-    std::vector<ResultColumn> columns;
-    std::string targetTable;
-    bool targetHasIdentity = false;
     /// Literals whose values are part of the shape (ORDER BY positions, lengths, aliases,
     /// ...): a statement of the same shape reuses the translation only when these match.
     std::vector<ShapeLiteral> shapeLiterals;
@@ -200,22 +196,24 @@ struct Translator::Impl {
         tsql::Emitter emitter(errors, std::max(kMinimumSqlLimit, textLength * kSqlGrowthLimit));
         tsql::EmittedStatement emitted = emitter.emit(statement);
 
-        auto compiled = std::make_shared<CompiledStatement>();
-        compiled->kind = kindOf(statement.kind);
-        compiled->sql = std::move(emitted.sql);
-        compiled->parameters = std::move(emitted.parameters);
-        compiled->shapeLiterals = std::move(statement.shapeLiterals);
+        auto shape = std::make_shared<TranslatedShape>();
+        shape->kind = kindOf(statement.kind);
+        shape->sql = std::move(emitted.sql);
         if (statement.select) {
             for (const tsql::OutputColumn& column : statement.select->output) {
-                compiled->columns.push_back({column.name, tsql::toColumnType(column.type)});
+                shape->columns.push_back({column.name, tsql::toColumnType(column.type)});
             }
         }
         if (statement.insert) {
-            compiled->targetTable = statement.insert->target->name;
+            shape->targetTable = statement.insert->target->name;
             for (const schema::Column& column : statement.insert->target->columns) {
-                compiled->targetHasIdentity = compiled->targetHasIdentity || column.identity;
+                shape->targetHasIdentity = shape->targetHasIdentity || column.identity;
             }
         }
+        auto compiled = std::make_shared<CompiledStatement>();
+        compiled->shape = std::move(shape);
+        compiled->parameters = std::move(emitted.parameters);
+        compiled->shapeLiterals = std::move(statement.shapeLiterals);
         return compiled;
     }
 
@@ -251,12 +249,8 @@ struct Translator::Impl {
                             const std::vector<LiteralText>& literals,
                             const SessionState& session) const {
         Translation translation;
-        translation.kind = compiled.kind;
+        translation.shape = compiled.shape;
         translation.parameters.reserve(compiled.parameters.size());
-        translation.sql = compiled.sql;
-        translation.columns = compiled.columns;
-        translation.targetTable = compiled.targetTable;
-        translation.targetHasIdentity = compiled.targetHasIdentity;
         for (const ParameterSource& source : compiled.parameters) {
             switch (source.kind) {
                 case ParameterSourceKind::Literal: {

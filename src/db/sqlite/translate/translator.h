@@ -48,19 +48,32 @@ struct ResultColumn {
     schema::ColumnType type;
 };
 
-/// One translated statement, ready to prepare and bind.
-struct Translation {
+/// What every translation of one statement shape shares: everything but the values.
+struct TranslatedShape {
     StatementKind kind = StatementKind::Select;
-    /// SQLite SQL; parameters are written ?1, ?2, ... in the order of `parameters`.
+    /// SQLite SQL; parameters are written ?1, ?2, ... in the order of a translation's
+    /// `parameters`.
     std::string sql;
-    /// The values to bind for this execution (literals after coercion by column type,
-    /// @@IDENTITY, GETDATE()).
-    std::vector<SqlValue> parameters;
     /// The result columns of a SELECT, in order.
     std::vector<ResultColumn> columns;
     /// For an INSERT: the target table and whether it has an identity column.
     std::string targetTable;
     bool targetHasIdentity = false;
+};
+
+/// One translated statement, ready to prepare and bind: its shape (shared with every other
+/// translation of the same shape, never copied) and this execution's values.
+struct Translation {
+    std::shared_ptr<const TranslatedShape> shape;
+    /// The values to bind for this execution (literals after coercion by column type,
+    /// @@IDENTITY, GETDATE()).
+    std::vector<SqlValue> parameters;
+
+    StatementKind kind() const { return shape->kind; }
+    const std::string& sql() const { return shape->sql; }
+    const std::vector<ResultColumn>& columns() const { return shape->columns; }
+    const std::string& targetTable() const { return shape->targetTable; }
+    bool targetHasIdentity() const { return shape->targetHasIdentity; }
 };
 
 /// Translates statements against a catalog. Translations are cached by statement shape (the
