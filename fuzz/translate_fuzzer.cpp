@@ -147,16 +147,16 @@ bool same(const Outcome& a, const Outcome& b, const std::string& from, const std
     if (!a.translation) return a.number == b.number && a.description == b.description;
     const Translation& x = *a.translation;
     const Translation& y = *b.translation;
-    if (x.kind != y.kind || x.sql != y.sql || x.targetTable != y.targetTable ||
-        x.targetHasIdentity != y.targetHasIdentity || x.parameters.size() != y.parameters.size() ||
-        x.columns.size() != y.columns.size()) {
+    if (x.kind() != y.kind() || x.sql() != y.sql() || x.targetTable() != y.targetTable() ||
+        x.targetHasIdentity() != y.targetHasIdentity() || x.parameters.size() != y.parameters.size() ||
+        x.columns().size() != y.columns().size()) {
         return false;
     }
     for (std::size_t i = 0; i < x.parameters.size(); ++i) {
         if (!sameValue(x.parameters[i], y.parameters[i], from, to)) return false;
     }
-    for (std::size_t i = 0; i < x.columns.size(); ++i) {
-        if (x.columns[i].name != y.columns[i].name || !(x.columns[i].type == y.columns[i].type)) {
+    for (std::size_t i = 0; i < x.columns().size(); ++i) {
+        if (x.columns()[i].name != y.columns()[i].name || !(x.columns()[i].type == y.columns()[i].type)) {
             return false;
         }
     }
