@@ -354,7 +354,6 @@ std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
             std::string at = where + ", line " + std::to_string(j + 1);
             onlyKeys(row, {"account", "debit", "credit", "concept", "document", "department"}, at);
             DraftLine line;
-            line.origin = entry.origin + ", line " + std::to_string(j + 1);
             line.account = textOf(row, "account", at);
             if (row.contains("debit")) line.debit = amountOf(row["debit"], at);
             if (row.contains("credit")) line.credit = amountOf(row["credit"], at);
@@ -366,6 +365,7 @@ std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
                 line.department = departmentOf(row["department"].get<long long>(), at);
             }
             entry.lines.push_back(line);
+            entry.lineOrigins.push_back(entry.origin + ", line " + std::to_string(j + 1));
         }
         if (item.contains("invoice"))
             entry.invoice = readInvoice(item["invoice"], where + ", invoice");
@@ -456,7 +456,6 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
             refuse(where, "the lines of entry " + key + " have different dates");
         }
         DraftLine line;
-        line.origin = "line " + std::to_string(number);
         line.account = fields[2];
         if (!fields[3].empty()) line.debit = readAmount(fields[3], format.decimal, true, where);
         if (!fields[4].empty()) line.credit = readAmount(fields[4], format.decimal, true, where);
@@ -473,6 +472,7 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
             }
         }
         entries[found->second].lines.push_back(line);
+        entries[found->second].lineOrigins.push_back("line " + std::to_string(number));
     }
     checkReferencesInFile(entries, name);
     return entries;
@@ -575,9 +575,8 @@ void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
 
 /// The name of line `index` of `entry` in messages.
 std::string lineOrigin(const DraftEntry& entry, std::size_t index) {
-    const DraftLine& line = entry.lines[index];
-    return line.origin.empty() ? entry.origin + ", line " + std::to_string(index + 1)
-                               : line.origin;
+    if (index < entry.lineOrigins.size()) return entry.lineOrigins[index];
+    return entry.origin + ", line " + std::to_string(index + 1);
 }
 
 }  // namespace

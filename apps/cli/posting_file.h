@@ -25,9 +25,6 @@ struct DraftLine {
     std::string description;
     std::string document;
     std::int16_t department = 0;
-    /// Where the line came from, for messages ("entry 3, line 2", "line 14"); empty for lines
-    /// made in code, which are then named by their place in the entry.
-    std::string origin;
 };
 
 /// One rate line of an invoice: operation kind, taxable base, whole-percent rate, tax.
@@ -77,8 +74,11 @@ struct DraftEntry {
     std::string remarks;
     std::vector<DraftLine> lines;
     std::optional<DraftInvoice> invoice;
-    /// Where the entry came from, for messages ("entry 3", "CSV entry F-12").
+    /// Where the entry came from, for messages ("entry 3", "entry F-12 (line 5)").
     std::string origin;
+    /// Where each line came from, in the order of `lines` ("entry 3, line 2", "line 14");
+    /// empty for entries made in code, whose lines are named by their place in the entry.
+    std::vector<std::string> lineOrigins;
 };
 
 /// How the fields of a CSV posting file are written.

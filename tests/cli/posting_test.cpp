@@ -21,8 +21,8 @@
 namespace kvlnmov::testing {
 namespace {
 
-/// The rows a posting leaves: entries, lines, VAT book records and their rate lines, and the
-/// sums of the lines' debits and of the book's bases and taxes.
+/// The rows a posting leaves: entries, lines, VAT book records and their rate lines, the sums of
+/// the lines' debits and of the book's bases and taxes, and the first entry's date.
 struct Books {
     int entries = 0;
     int lines = 0;
@@ -31,13 +31,14 @@ struct Books {
     std::string debits = "0";
     std::string bases = "0";
     std::string taxes = "0";
+    std::string firstDay = "";
     bool operator==(const Books&) const = default;
 };
 
 void PrintTo(const Books& books, std::ostream* out) {
     *out << books.entries << " entries, " << books.lines << " lines, " << books.invoices
          << " invoices, " << books.rates << " rates, debits " << books.debits << ", bases "
-         << books.bases << ", taxes " << books.taxes;
+         << books.bases << ", taxes " << books.taxes << ", first day " << books.firstDay;
 }
 
 class PostingTest : public ToolFixture {
@@ -63,7 +64,14 @@ class PostingTest : public ToolFixture {
                 std::stoi(value("SELECT COUNT(*) FROM Iva_Lineas")),
                 value("SELECT SUM(Debe) FROM Movimientos"),
                 value("SELECT SUM(Base) FROM Iva_Lineas"),
-                value("SELECT SUM(Cuota) FROM Iva_Lineas")};
+                value("SELECT SUM(Cuota) FROM Iva_Lineas"), firstDay()};
+    }
+
+    std::string firstDay() {
+        auto connection = db::openConnection("Provider=SQLite;Data Source=" + database_);
+        db::Recordset rows;
+        rows.Open("SELECT MIN(Fecha) FROM Asientos", connection);
+        return rows.Fields(0).isNull() ? "" : rows.Fields(0).toDate().toIso();
     }
 
     void init() { ASSERT_EQ(kvlnmov({"init", database_}).exitCode, 0); }
@@ -180,10 +188,14 @@ TEST_F(PostingTest, EachFileIsPostedOrRefusedWhole) {
          "the amount '100000000000000.015' has 3 decimals", kNothing},
         {"two decimals as a JSON number", "a.json", oneEntry("R1", "12.5"), {}, {}, 0,
          "Posted 1 entry (2 lines, 0 tax book records, 0 forecasts): entry 1.",
-         {1, 2, 0, 0, "12.5", "0", "0"}},
+         {1, 2, 0, 0, "12.5", "0", "0", "2026-03-02"}},
         {"three decimals in a CSV line", "a.csv",
          kHeader + "R1;2026-03-02;43000001;12.505;;x;;0\nR1;2026-03-02;70000001;;12.505;x;;0\n",
-         {}, {}, 2, "a.csv, line 2: the amount '12.505' has 3 decimals", kNothing},
+         {"--decimal", "."}, {}, 2, "a.csv, line 2: the amount '12.505' has 3 decimals",
+         kNothing},
+        {"four decimals, which no thousands separator explains", "a.csv",
+         kHeader + "R1;2026-03-02;43000001;1;;x;;0\nR1;2026-03-02;70000001;;1,0001;x;;0\n", {},
+         {}, 2, "a.csv, line 3: the amount '1,0001' has 4 decimals", kNothing},
         {"three decimals in a rate line", "a.json",
          R"({"entries": [{"date": "2026-03-02", "reference": "A-1", "lines": [
              {"account": "43000001", "debit": 1210}, {"account": "70000001", "credit": 1000},
@@ -199,7 +211,7 @@ TEST_F(PostingTest, EachFileIsPostedOrRefusedWhole) {
          kNothing},
         {"a tax one cent off", "a.json", invoice("1000", 21, "210.01", "1210.01"), {}, {}, 0,
          "Posted 1 entry (3 lines, 1 tax book record, 0 forecasts): entry 1.",
-         {1, 3, 1, 1, "1210.01", "1000", "210.01"}},
+         {1, 3, 1, 1, "1210.01", "1000", "210.01", "2026-03-02"}},
         {"a tax two cents off", "a.json", invoice("1000", 21, "210.02", "1210.02"), {}, {}, 2,
          "the tax 210,02 is not 21% of the base 1.000,00", kNothing},
         {"a withholding that is not its rate of the base", "a.json",
@@ -230,7 +242,7 @@ TEST_F(PostingTest, EachFileIsPostedOrRefusedWhole) {
          kNothing},
         {"a concept of 60 accented letters", "a.json",
          oneEntry("R1", "1", R"(, "concept": ")" + accented + "\""), {}, {}, 0, "Posted 1 entry",
-         {1, 2, 0, 0, "1", "0", "0"}},
+         {1, 2, 0, 0, "1", "0", "0", "2026-03-02"}},
         {"a reference of 51 characters", "a.json", oneEntry(std::string(51, 'r'), "1"), {}, {},
          2, "the reference has 51 characters and the column Asientos.CodigoExterno holds 50",
          kNothing},
@@ -249,21 +261,23 @@ TEST_F(PostingTest, EachFileIsPostedOrRefusedWhole) {
          {"43000001", "70000001"}, 2,
          "line 3: the account 70000002 is not in the company's chart of accounts", kNothing},
         {"accounts of the chart", "a.json", oneEntry("R1", "1"), {}, {"43000001", "70000001"},
-         0, "Posted 1 entry", {1, 2, 0, 0, "1", "0", "0"}},
+         0, "Posted 1 entry", {1, 2, 0, 0, "1", "0", "0", "2026-03-02"}},
         {"a spreadsheet's CSV: byte order mark, decimal comma, Spanish dates", "a.csv",
          "\xEF\xBB\xBF" + kHeader +
              "F-7;07/03/2026;62600001;12,50;;Comisión;EXT;3\r\n"
              "F-7;07/03/2026;57200001;;12,50;Comisión;EXT;3\r\n",
          {"--date-format", "dmy"}, {}, 0,
          "Posted 1 entry (2 lines, 0 tax book records, 0 forecasts): entry 1.",
-         {1, 2, 0, 0, "12.5", "0", "0"}},
+         {1, 2, 0, 0, "12.5", "0", "0", "2026-03-07"}},
         {"thousands separators with --decimal ','", "a.csv",
          kHeader + "R1;2026-03-02;43000001;1.210,50;;x;;0\nR1;2026-03-02;70000001;;1210,5;x;;0\n",
-         {"--decimal", ","}, {}, 0, "Posted 1 entry", {1, 2, 0, 0, "1210.5", "0", "0"}},
+         {"--decimal", ","}, {}, 0, "Posted 1 entry",
+         {1, 2, 0, 0, "1210.5", "0", "0", "2026-03-02"}},
         {"comma-separated fields and thousands in both forms", "a.csv",
          "entry,date,account,debit,credit,concept,document,department\n"
          "R1,2026-03-02,43000001,\"1,210.50\",,x,,0\nR1,2026-03-02,70000001,,\"1.210,50\",x,,0\n",
-         {"--delimiter", ","}, {}, 0, "Posted 1 entry", {1, 2, 0, 0, "1210.5", "0", "0"}},
+         {"--delimiter", ","}, {}, 0, "Posted 1 entry",
+         {1, 2, 0, 0, "1210.5", "0", "0", "2026-03-02"}},
         {"an amount that reads both ways", "a.csv",
          kHeader + "R1;2026-03-02;43000001;1.210;;x;;0\nR1;2026-03-02;70000001;;1.210;x;;0\n",
          {}, {}, 2,
@@ -324,7 +338,7 @@ TEST_F(PostingTest, AFilePostedTwiceChangesNothingTheSecondTime) {
     ASSERT_EQ(first.exitCode, 0) << first.err;
     EXPECT_EQ(first.out,
               "Posted 2 entries (5 lines, 1 tax book record, 1 forecast): entries 1 to 2.\n");
-    const Books after{2, 5, 1, 1, "2420", "1000", "210"};
+    const Books after{2, 5, 1, 1, "2420", "1000", "210", "2026-03-02"};
     EXPECT_EQ(books(), after);
 
     ToolRun again = kvlnmov({"post", database_, file});
@@ -396,7 +410,7 @@ TEST_F(PostingTest, ALongFileShowsItsProgressOnATerminalOnly) {
     ToolRun run = kvlnmov({"post", database_, file});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.err, "");
-    EXPECT_EQ(books(), (Books{1001, 2002, 0, 0, "1001", "0", "0"}));
+    EXPECT_EQ(books(), (Books{1001, 2002, 0, 0, "1001", "0", "0", "2026-03-02"}));
 }
 
 }  // namespace
