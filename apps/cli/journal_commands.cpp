@@ -68,8 +68,7 @@ class ProgressBar {
 
   private:
     static std::string count(std::size_t value) {
-        return funciones().FormatoNumero(Currency::fromUnits(static_cast<std::int64_t>(value)),
-                                         0);
+        return funciones().FormatoNumero(Currency::fromUnits(static_cast<std::int64_t>(value)), 0);
     }
 
     std::size_t total_;
@@ -96,13 +95,12 @@ std::string postingSummary(const std::vector<DraftEntry>& entries,
         last = std::max(last, entry.number);
     }
     auto counted = [](std::size_t value, const char* one, const char* many) {
-        return funciones().FormatoNumero(Currency::fromUnits(static_cast<std::int64_t>(value)),
-                                         0) +
+        return funciones().FormatoNumero(Currency::fromUnits(static_cast<std::int64_t>(value)), 0) +
                " " + (value == 1 ? one : many);
     };
-    std::string numbers = posted.size() == 1 ? "entry " + std::to_string(first)
-                                             : "entries " + std::to_string(first) + " to " +
-                                                   std::to_string(last);
+    std::string numbers = posted.size() == 1
+                              ? "entry " + std::to_string(first)
+                              : "entries " + std::to_string(first) + " to " + std::to_string(last);
     return "Posted " + counted(posted.size(), "entry", "entries") + " (" +
            counted(lines, "line", "lines") + ", " +
            counted(invoices, "tax book record", "tax book records") + ", " +
@@ -202,12 +200,14 @@ Command addPostCommand(CLI::App& app) {
         "JSON ('.' as decimal mark; amounts as numbers or texts; dates yyyy-mm-dd):\n"
         "  {\"entries\": [{\"date\": \"2026-03-02\", \"reference\": \"A-1\", \"remarks\": \"\",\n"
         "    \"closing\": false,\n"
-        "    \"lines\": [{\"account\": \"43000001\", \"debit\": \"1210.00\", \"concept\": \"Factura A-1\",\n"
+        "    \"lines\": [{\"account\": \"43000001\", \"debit\": \"1210.00\", \"concept\": "
+        "\"Factura A-1\",\n"
         "               \"document\": \"A-1\", \"department\": 1},\n"
         "              {\"account\": \"70000001\", \"credit\": \"1000.00\"},\n"
         "              {\"account\": \"47700021\", \"credit\": \"210.00\"}],\n"
         "    \"invoice\": {\"book\": \"issued\", \"tax\": \"IVA\", \"account\": \"43000001\",\n"
-        "                \"name\": \"Cliente S.L.\", \"nif\": \"B12345678\", \"document\": \"A-1\",\n"
+        "                \"name\": \"Cliente S.L.\", \"nif\": \"B12345678\", \"document\": "
+        "\"A-1\",\n"
         "                \"rates\": [{\"operation\": 1, \"base\": \"1000.00\", \"rate\": 21,\n"
         "                           \"tax\": \"210.00\"}],\n"
         "                \"due\": [{\"date\": \"2026-04-01\", \"amount\": \"1210.00\"}]}}]}\n"

@@ -47,9 +47,8 @@ bool groupedByThousands(std::string_view digits, char mark) {
     bool first = true;
     while (true) {
         std::size_t end = digits.find(mark, start);
-        std::string_view group = digits.substr(start, end == std::string_view::npos
-                                                          ? std::string_view::npos
-                                                          : end - start);
+        std::string_view group = digits.substr(
+            start, end == std::string_view::npos ? std::string_view::npos : end - start);
         if (!allDigits(group)) return false;
         if (first ? group.size() > 3 : group.size() != 3) return false;
         if (end == std::string_view::npos) return true;
@@ -66,9 +65,9 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
     std::string text(written);
     std::size_t begin = text.find_first_not_of(' ');
     std::size_t end = text.find_last_not_of(' ');
-    std::string_view body =
-        begin == std::string::npos ? std::string_view() : std::string_view(text).substr(
-                                                              begin, end - begin + 1);
+    std::string_view body = begin == std::string::npos
+                                ? std::string_view()
+                                : std::string_view(text).substr(begin, end - begin + 1);
     bool negative = false;
     if (!body.empty() && (body[0] == '-' || body[0] == '+')) {
         negative = body[0] == '-';
@@ -113,12 +112,13 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
     std::string digits;
     if (whole.find(other) != std::string_view::npos) {
         if (!thousands || !groupedByThousands(whole, other)) {
-            refuse(where, thousands ? std::string("the amount '") + text + "' does not read with '" +
-                                          decimal + "' as decimal mark: '" + other +
-                                          "' may only separate groups of three digits"
-                                    : std::string("not an amount with '.' as decimal mark and no "
-                                                  "thousands separator: '") +
-                                          text + "'");
+            refuse(where, thousands
+                              ? std::string("the amount '") + text + "' does not read with '" +
+                                    decimal + "' as decimal mark: '" + other +
+                                    "' may only separate groups of three digits"
+                              : std::string("not an amount with '.' as decimal mark and no "
+                                            "thousands separator: '") +
+                                    text + "'");
         }
         for (char c : whole) {
             if (c != other) digits += c;
@@ -129,8 +129,8 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
     }
     if (mark != std::string_view::npos) {
         if (fraction.find(other) != std::string_view::npos) {
-            refuse(where, std::string("the amount '") + text + "' does not read with '" +
-                              decimal + "' as decimal mark");
+            refuse(where, std::string("the amount '") + text + "' does not read with '" + decimal +
+                              "' as decimal mark");
         }
         if (!allDigits(fraction)) refuse(where, "not an amount: '" + text + "'");
         if (fraction.size() > kCents) {
@@ -277,8 +277,8 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
             onlyKeys(due, {"date", "amount"}, at);
             if (!due.contains("date") || !due["date"].is_string())
                 refuse(at, "a due date needs its date");
-            invoice.due.push_back({dateOf(due["date"].get<std::string>(), at),
-                                   requiredAmount(due, "amount", at)});
+            invoice.due.push_back(
+                {dateOf(due["date"].get<std::string>(), at), requiredAmount(due, "amount", at)});
         }
     }
     return invoice;
@@ -315,9 +315,9 @@ void checkReferencesInFile(const std::vector<DraftEntry>& entries, const std::st
         }
         auto [found, added] = seen.emplace(referenceKey(entry.externalReference), entry.origin);
         if (!added) {
-            refuse(name + ", " + entry.origin,
-                   "the reference " + entry.externalReference + " is also that of " +
-                       found->second + "; references must be unique");
+            refuse(name + ", " + entry.origin, "the reference " + entry.externalReference +
+                                                   " is also that of " + found->second +
+                                                   "; references must be unique");
         }
     }
 }
@@ -419,7 +419,8 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
                              "'; say so with --delimiter '" + other + "'");
         }
         std::string header;
-        for (const std::string& field : kHeader) header += (header.empty() ? "" : std::string(1, delimiter)) + field;
+        for (const std::string& field : kHeader)
+            header += (header.empty() ? "" : std::string(1, delimiter)) + field;
         refuse(name, "the first line must be " + header);
     }
     std::vector<DraftEntry> entries;
@@ -438,8 +439,8 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
             }
             refuse(where, "expected 8 fields, found " + std::to_string(fields.size()));
         }
-        Date date = format.dayMonthYear ? dayMonthYearOf(fields[1], where)
-                                         : dateOf(fields[1], where);
+        Date date =
+            format.dayMonthYear ? dayMonthYearOf(fields[1], where) : dateOf(fields[1], where);
         const std::string& key = fields[0];
         auto found = byKey.find(key);
         if (found == byKey.end()) {
@@ -450,8 +451,9 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
             found = byKey.emplace(key, entries.size()).first;
             entries.push_back(entry);
         } else if (found->second + 1 != entries.size()) {
-            refuse(where, "the entry " + key + " appears again after other entries; the lines "
-                          "of an entry are consecutive and every entry has its own key");
+            refuse(where, "the entry " + key +
+                              " appears again after other entries; the lines "
+                              "of an entry are consecutive and every entry has its own key");
         } else if (entries[found->second].date != date) {
             refuse(where, "the lines of entry " + key + " have different dates");
         }
@@ -480,8 +482,7 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
 
 }  // namespace
 
-std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file,
-                                        const CsvFormat& csv) {
+std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file, const CsvFormat& csv) {
     std::ifstream input(file, std::ios::binary);
     if (!input) throw UsageError{file.string() + ": cannot be read"};
     std::string extension = file.extension().string();
@@ -502,8 +503,8 @@ const DraftLine* partyLine(const DraftEntry& entry) {
 
 /// Refuses a text longer than its column: the library or the database would cut it, and a cut
 /// text is a changed text. Characters are counted as the database counts them.
-void checkWidth(const std::string& text, const char* field, const char* table,
-                const char* column, const std::string& where) {
+void checkWidth(const std::string& text, const char* field, const char* table, const char* column,
+                const std::string& where) {
     const schema::Table* found = schema::findTable(table);
     const schema::Column* declared = found ? found->find(column) : nullptr;
     if (!declared || declared->type.type != schema::SqlType::VarChar) return;
@@ -556,11 +557,9 @@ void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
         const DraftWithholding& held = *invoice.withholding;
         if (held.account.size() != static_cast<std::size_t>(context.LongitudCuenta()) ||
             held.account.find_first_not_of("0123456789") != std::string::npos) {
-            refuse(where,
-                   "the withholding account must be a full account: '" + held.account + "'");
+            refuse(where, "the withholding account must be a full account: '" + held.account + "'");
         }
-        checkPercentage(held.base, held.rate, held.amount, "withholding",
-                        where + ", withholding");
+        checkPercentage(held.base, held.rate, held.amount, "withholding", where + ", withholding");
     }
     if (!invoice.due.empty()) {
         Currency due;
@@ -633,10 +632,10 @@ void checkAccountsInChart(const std::vector<DraftEntry>& entries,
                           const db::ConnectionRef& connection, cEmpresa& context) {
     std::set<std::string> chart;
     db::Recordset rows;
-    rows.Open("SELECT Cuenta FROM Cuentas WHERE Cod_Empresa = " +
-                  std::to_string(context.Cod_Empresa()) +
-                  " AND Cod_Ejercicio = " + std::to_string(context.Cod_Ejercicio()),
-              connection);
+    rows.Open(
+        "SELECT Cuenta FROM Cuentas WHERE Cod_Empresa = " + std::to_string(context.Cod_Empresa()) +
+            " AND Cod_Ejercicio = " + std::to_string(context.Cod_Ejercicio()),
+        connection);
     for (; !rows.Eof(); rows.MoveNext()) chart.insert(rows.Fields(0).toText());
     rows.Close();
     // A company whose chart is kept elsewhere (an empty Cuentas) takes any full account.
@@ -645,8 +644,8 @@ void checkAccountsInChart(const std::vector<DraftEntry>& entries,
         for (std::size_t i = 0; i < entry.lines.size(); ++i) {
             const std::string& account = entry.lines[i].account;
             if (chart.count(account) == 0) {
-                refuse(lineOrigin(entry, i), "the account " + account +
-                                                 " is not in the company's chart of accounts");
+                refuse(lineOrigin(entry, i),
+                       "the account " + account + " is not in the company's chart of accounts");
             }
         }
         if (entry.invoice && entry.invoice->withholding &&
@@ -692,9 +691,9 @@ std::optional<std::string> referencesAlreadyPosted(const std::vector<DraftEntry>
                first->origin + ") is already in the books, as entry " + std::to_string(number) +
                ".";
     }
-    return "Nothing was posted: the reference " + first->externalReference + " (" +
-           first->origin + ") is already in the books, as entry " + std::to_string(number) +
-           "; " + std::to_string(count) + " of the file's " + std::to_string(entries.size()) +
+    return "Nothing was posted: the reference " + first->externalReference + " (" + first->origin +
+           ") is already in the books, as entry " + std::to_string(number) + "; " +
+           std::to_string(count) + " of the file's " + std::to_string(entries.size()) +
            " references are.";
 }
 

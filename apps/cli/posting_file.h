@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "kvlnmov/db/connection.h"
 #include "kvlnmov/core/context.h"
+#include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/frame/enums.h"

@@ -1,8 +1,8 @@
 // kvlnmov post run as a user runs it: what a posting file may hold, what is refused before
 // anything is written, and the rows each file leaves in the company database.
 
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <spawn.h>
 #include <sqlite3.h>
@@ -64,7 +64,8 @@ class PostingTest : public ToolFixture {
                 std::stoi(value("SELECT COUNT(*) FROM Iva_Lineas")),
                 value("SELECT SUM(Debe) FROM Movimientos"),
                 value("SELECT SUM(Base) FROM Iva_Lineas"),
-                value("SELECT SUM(Cuota) FROM Iva_Lineas"), firstDay()};
+                value("SELECT SUM(Cuota) FROM Iva_Lineas"),
+                firstDay()};
     }
 
     std::string firstDay() {
@@ -90,8 +91,10 @@ class PostingTest : public ToolFixture {
 
     void chart(const std::vector<std::string>& accounts) {
         for (const std::string& account : accounts) {
-            execute("INSERT INTO Cuentas (Cod_Empresa, Cod_Ejercicio, Cuenta, Nombre) VALUES (1, "
-                    "2026, '" + account + "', 'Cuenta " + account + "')");
+            execute(
+                "INSERT INTO Cuentas (Cod_Empresa, Cod_Ejercicio, Cuenta, Nombre) VALUES (1, "
+                "2026, '" +
+                account + "', 'Cuenta " + account + "')");
         }
     }
 
@@ -149,13 +152,17 @@ std::string oneEntry(const std::string& reference, const std::string& amount,
 std::string invoice(const std::string& base, int rate, const std::string& tax,
                     const std::string& total, const std::string& withholding = "") {
     return R"({"entries": [{"date": "2026-03-02", "reference": "A-1", "lines": [
-        {"account": "43000001", "debit": )" + total + R"(},
-        {"account": "70000001", "credit": )" + base + R"(},
-        {"account": "47700021", "credit": )" + tax + R"(}],
+        {"account": "43000001", "debit": )" +
+           total + R"(},
+        {"account": "70000001", "credit": )" +
+           base + R"(},
+        {"account": "47700021", "credit": )" +
+           tax + R"(}],
       "invoice": {"book": "issued", "tax": "IVA", "account": "43000001", "name": "Cliente",
                   "nif": "B1", "document": "A-1",
-                  "rates": [{"base": )" + base + R"(, "rate": )" + std::to_string(rate) +
-           R"(, "tax": )" + tax + "}]" + withholding + "}}]}";
+                  "rates": [{"base": )" +
+           base + R"(, "rate": )" + std::to_string(rate) + R"(, "tax": )" + tax + "}]" +
+           withholding + "}}]}";
 }
 
 struct Case {
@@ -178,131 +185,268 @@ TEST_F(PostingTest, EachFileIsPostedOrRefusedWhole) {
     std::string accented;
     for (int i = 0; i < 60; ++i) accented += "\xC3\xB1";  // 60 letters, 120 bytes
     const Case cases[] = {
-        {"three decimals in a text", "a.json", oneEntry("R1", "\"12.505\""), {}, {}, 2,
+        {"three decimals in a text",
+         "a.json",
+         oneEntry("R1", "\"12.505\""),
+         {},
+         {},
+         2,
          "entry 1, line 1: the amount '12.505' has 3 decimals; amounts are written in cents",
          kNothing},
-        {"five decimals in a JSON number", "a.json", oneEntry("R1", "1.00005"), {}, {}, 2,
-         "entry 1, line 1: the amount '1.00005' has 5 decimals", kNothing},
-        {"seventeen digits a double would round", "a.json",
-         oneEntry("R1", "100000000000000.015"), {}, {}, 2,
-         "the amount '100000000000000.015' has 3 decimals", kNothing},
-        {"two decimals as a JSON number", "a.json", oneEntry("R1", "12.5"), {}, {}, 0,
+        {"five decimals in a JSON number",
+         "a.json",
+         oneEntry("R1", "1.00005"),
+         {},
+         {},
+         2,
+         "entry 1, line 1: the amount '1.00005' has 5 decimals",
+         kNothing},
+        {"seventeen digits a double would round",
+         "a.json",
+         oneEntry("R1", "100000000000000.015"),
+         {},
+         {},
+         2,
+         "the amount '100000000000000.015' has 3 decimals",
+         kNothing},
+        {"two decimals as a JSON number",
+         "a.json",
+         oneEntry("R1", "12.5"),
+         {},
+         {},
+         0,
          "Posted 1 entry (2 lines, 0 tax book records, 0 forecasts): entry 1.",
          {1, 2, 0, 0, "12.5", "0", "0", "2026-03-02"}},
-        {"three decimals in a CSV line", "a.csv",
+        {"three decimals in a CSV line",
+         "a.csv",
          kHeader + "R1;2026-03-02;43000001;12.505;;x;;0\nR1;2026-03-02;70000001;;12.505;x;;0\n",
-         {"--decimal", "."}, {}, 2, "a.csv, line 2: the amount '12.505' has 3 decimals",
+         {"--decimal", "."},
+         {},
+         2,
+         "a.csv, line 2: the amount '12.505' has 3 decimals",
          kNothing},
-        {"four decimals, which no thousands separator explains", "a.csv",
-         kHeader + "R1;2026-03-02;43000001;1;;x;;0\nR1;2026-03-02;70000001;;1,0001;x;;0\n", {},
-         {}, 2, "a.csv, line 3: the amount '1,0001' has 4 decimals", kNothing},
-        {"three decimals in a rate line", "a.json",
+        {"four decimals, which no thousands separator explains",
+         "a.csv",
+         kHeader + "R1;2026-03-02;43000001;1;;x;;0\nR1;2026-03-02;70000001;;1,0001;x;;0\n",
+         {},
+         {},
+         2,
+         "a.csv, line 3: the amount '1,0001' has 4 decimals",
+         kNothing},
+        {"three decimals in a rate line",
+         "a.json",
          R"({"entries": [{"date": "2026-03-02", "reference": "A-1", "lines": [
              {"account": "43000001", "debit": 1210}, {"account": "70000001", "credit": 1000},
              {"account": "47700021", "credit": 210}],
            "invoice": {"book": "issued", "tax": "IVA", "account": "43000001",
              "rates": [{"base": "1000.001", "rate": 21, "tax": 210}]}}]})",
-         {}, {}, 2, "entry 1, invoice, rate line 1: the amount '1000.001' has 3 decimals",
+         {},
+         {},
+         2,
+         "entry 1, invoice, rate line 1: the amount '1000.001' has 3 decimals",
          kNothing},
-        {"a tax that is not the rate of the base", "a.json",
-         invoice("1000", 21, "999", "1999"), {}, {}, 2,
+        {"a tax that is not the rate of the base",
+         "a.json",
+         invoice("1000", 21, "999", "1999"),
+         {},
+         {},
+         2,
          "entry 1, invoice, rate line 1: the tax 999,00 is not 21% of the base 1.000,00, "
          "which is 210,00",
          kNothing},
-        {"a tax one cent off", "a.json", invoice("1000", 21, "210.01", "1210.01"), {}, {}, 0,
+        {"a tax one cent off",
+         "a.json",
+         invoice("1000", 21, "210.01", "1210.01"),
+         {},
+         {},
+         0,
          "Posted 1 entry (3 lines, 1 tax book record, 0 forecasts): entry 1.",
          {1, 3, 1, 1, "1210.01", "1000", "210.01", "2026-03-02"}},
-        {"a tax two cents off", "a.json", invoice("1000", 21, "210.02", "1210.02"), {}, {}, 2,
-         "the tax 210,02 is not 21% of the base 1.000,00", kNothing},
-        {"a withholding that is not its rate of the base", "a.json",
+        {"a tax two cents off",
+         "a.json",
+         invoice("1000", 21, "210.02", "1210.02"),
+         {},
+         {},
+         2,
+         "the tax 210,02 is not 21% of the base 1.000,00",
+         kNothing},
+        {"a withholding that is not its rate of the base",
+         "a.json",
          invoice("1000", 21, "210", "1210",
                  R"(, "withholding": {"rate": 15, "account": "47510001", "base": 1000,
                      "amount": 140, "total": 1070})"),
-         {}, {}, 2,
+         {},
+         {},
+         2,
          "entry 1, invoice, withholding: the withholding 140,00 is not 15% of the base "
          "1.000,00, which is 150,00",
          kNothing},
-        {"an entry without reference", "a.json", oneEntry("", "1"), {}, {}, 2,
-         "a.json, entry 1: the entry has no reference; every entry needs one", kNothing},
-        {"a reference twice in the file", "a.json",
+        {"an entry without reference",
+         "a.json",
+         oneEntry("", "1"),
+         {},
+         {},
+         2,
+         "a.json, entry 1: the entry has no reference; every entry needs one",
+         kNothing},
+        {"a reference twice in the file",
+         "a.json",
          R"({"entries": [{"date": "2026-03-02", "reference": "A-1", "lines": [
              {"account": "43000001", "debit": 1}, {"account": "70000001", "credit": 1}]},
            {"date": "2026-03-03", "reference": "a-1 ", "lines": [
              {"account": "43000001", "debit": 1}, {"account": "70000001", "credit": 1}]}]})",
-         {}, {}, 2, "entry 2: the reference a-1  is also that of entry 1", kNothing},
-        {"a CSV entry whose key comes back", "a.csv",
+         {},
+         {},
+         2,
+         "entry 2: the reference a-1  is also that of entry 1",
+         kNothing},
+        {"a CSV entry whose key comes back",
+         "a.csv",
          kHeader + "A;2026-03-02;43000001;1;;x;;0\nA;2026-03-02;70000001;;1;x;;0\n"
                    "B;2026-03-02;43000001;1;;x;;0\nB;2026-03-02;70000001;;1;x;;0\n"
                    "A;2026-03-02;43000001;1;;x;;0\nA;2026-03-02;70000001;;1;x;;0\n",
-         {}, {}, 2, "line 6: the entry A appears again after other entries", kNothing},
-        {"a concept of 61 characters", "a.json",
-         oneEntry("R1", "1", R"(, "concept": ")" + sixty + "y\""), {}, {}, 2,
+         {},
+         {},
+         2,
+         "line 6: the entry A appears again after other entries",
+         kNothing},
+        {"a concept of 61 characters",
+         "a.json",
+         oneEntry("R1", "1", R"(, "concept": ")" + sixty + "y\""),
+         {},
+         {},
+         2,
          "entry 1, line 1: the concept has 61 characters and the column Movimientos.Concepto "
          "holds 60",
          kNothing},
-        {"a concept of 60 accented letters", "a.json",
-         oneEntry("R1", "1", R"(, "concept": ")" + accented + "\""), {}, {}, 0, "Posted 1 entry",
+        {"a concept of 60 accented letters",
+         "a.json",
+         oneEntry("R1", "1", R"(, "concept": ")" + accented + "\""),
+         {},
+         {},
+         0,
+         "Posted 1 entry",
          {1, 2, 0, 0, "1", "0", "0", "2026-03-02"}},
-        {"a reference of 51 characters", "a.json", oneEntry(std::string(51, 'r'), "1"), {}, {},
-         2, "the reference has 51 characters and the column Asientos.CodigoExterno holds 50",
+        {"a reference of 51 characters",
+         "a.json",
+         oneEntry(std::string(51, 'r'), "1"),
+         {},
+         {},
+         2,
+         "the reference has 51 characters and the column Asientos.CodigoExterno holds 50",
          kNothing},
-        {"a document of 51 characters in a CSV line", "a.csv",
+        {"a document of 51 characters in a CSV line",
+         "a.csv",
          kHeader + "R1;2026-03-02;43000001;1;;x;" + std::string(51, 'd') +
              ";0\nR1;2026-03-02;70000001;;1;x;;0\n",
-         {}, {}, 2, "line 2: the document has 51 characters and the column "
-                    "Movimientos.Documento holds 50",
+         {},
+         {},
+         2,
+         "line 2: the document has 51 characters and the column "
+         "Movimientos.Documento holds 50",
          kNothing},
-        {"an account missing from the chart", "a.json", oneEntry("R1", "1"), {},
-         {"43000001", "57200001"}, 2,
+        {"an account missing from the chart",
+         "a.json",
+         oneEntry("R1", "1"),
+         {},
+         {"43000001", "57200001"},
+         2,
          "entry 1, line 2: the account 70000001 is not in the company's chart of accounts",
          kNothing},
-        {"an account missing from the chart, named by its CSV line", "a.csv",
-         kHeader + "R1;2026-03-02;43000001;1;;x;;0\nR1;2026-03-02;70000002;;1;x;;0\n", {},
-         {"43000001", "70000001"}, 2,
-         "line 3: the account 70000002 is not in the company's chart of accounts", kNothing},
-        {"accounts of the chart", "a.json", oneEntry("R1", "1"), {}, {"43000001", "70000001"},
-         0, "Posted 1 entry", {1, 2, 0, 0, "1", "0", "0", "2026-03-02"}},
-        {"a spreadsheet's CSV: byte order mark, decimal comma, Spanish dates", "a.csv",
+        {"an account missing from the chart, named by its CSV line",
+         "a.csv",
+         kHeader + "R1;2026-03-02;43000001;1;;x;;0\nR1;2026-03-02;70000002;;1;x;;0\n",
+         {},
+         {"43000001", "70000001"},
+         2,
+         "line 3: the account 70000002 is not in the company's chart of accounts",
+         kNothing},
+        {"accounts of the chart",
+         "a.json",
+         oneEntry("R1", "1"),
+         {},
+         {"43000001", "70000001"},
+         0,
+         "Posted 1 entry",
+         {1, 2, 0, 0, "1", "0", "0", "2026-03-02"}},
+        {"a spreadsheet's CSV: byte order mark, decimal comma, Spanish dates",
+         "a.csv",
          "\xEF\xBB\xBF" + kHeader +
              "F-7;07/03/2026;62600001;12,50;;Comisión;EXT;3\r\n"
              "F-7;07/03/2026;57200001;;12,50;Comisión;EXT;3\r\n",
-         {"--date-format", "dmy"}, {}, 0,
+         {"--date-format", "dmy"},
+         {},
+         0,
          "Posted 1 entry (2 lines, 0 tax book records, 0 forecasts): entry 1.",
          {1, 2, 0, 0, "12.5", "0", "0", "2026-03-07"}},
-        {"thousands separators with --decimal ','", "a.csv",
+        {"thousands separators with --decimal ','",
+         "a.csv",
          kHeader + "R1;2026-03-02;43000001;1.210,50;;x;;0\nR1;2026-03-02;70000001;;1210,5;x;;0\n",
-         {"--decimal", ","}, {}, 0, "Posted 1 entry",
+         {"--decimal", ","},
+         {},
+         0,
+         "Posted 1 entry",
          {1, 2, 0, 0, "1210.5", "0", "0", "2026-03-02"}},
-        {"comma-separated fields and thousands in both forms", "a.csv",
+        {"comma-separated fields and thousands in both forms",
+         "a.csv",
          "entry,date,account,debit,credit,concept,document,department\n"
          "R1,2026-03-02,43000001,\"1,210.50\",,x,,0\nR1,2026-03-02,70000001,,\"1.210,50\",x,,0\n",
-         {"--delimiter", ","}, {}, 0, "Posted 1 entry",
+         {"--delimiter", ","},
+         {},
+         0,
+         "Posted 1 entry",
          {1, 2, 0, 0, "1210.5", "0", "0", "2026-03-02"}},
-        {"an amount that reads both ways", "a.csv",
+        {"an amount that reads both ways",
+         "a.csv",
          kHeader + "R1;2026-03-02;43000001;1.210;;x;;0\nR1;2026-03-02;70000001;;1.210;x;;0\n",
-         {}, {}, 2,
+         {},
+         {},
+         2,
          "line 2: the amount '1.210' could be read with either decimal mark; say which one "
          "with --decimal ',' or --decimal '.'",
          kNothing},
-        {"a decimal point where a comma was announced", "a.csv",
+        {"a decimal point where a comma was announced",
+         "a.csv",
          kHeader + "R1;2026-03-02;43000001;12.50;;x;;0\nR1;2026-03-02;70000001;;12.50;x;;0\n",
-         {"--decimal", ","}, {}, 2,
+         {"--decimal", ","},
+         {},
+         2,
          "line 2: the amount '12.50' does not read with ',' as decimal mark: '.' may only "
          "separate groups of three digits",
          kNothing},
-        {"a Spanish date without --date-format", "a.csv",
-         kHeader + "R1;07/03/2026;43000001;1;;x;;0\nR1;07/03/2026;70000001;;1;x;;0\n", {}, {}, 2,
+        {"a Spanish date without --date-format",
+         "a.csv",
+         kHeader + "R1;07/03/2026;43000001;1;;x;;0\nR1;07/03/2026;70000001;;1;x;;0\n",
+         {},
+         {},
+         2,
          "line 2: the date must be YYYY-MM-DD: '07/03/2026' (for dd/mm/yyyy dates in a CSV "
          "file use --date-format dmy)",
          kNothing},
-        {"a date that does not exist", "a.csv",
+        {"a date that does not exist",
+         "a.csv",
          kHeader + "R1;31/02/2026;43000001;1;;x;;0\nR1;31/02/2026;70000001;;1;x;;0\n",
-         {"--date-format", "dmy"}, {}, 2, "line 2: the date must be dd/mm/yyyy", kNothing},
-        {"a comma-separated file read with ';'", "a.csv",
-         "entry,date,account,debit,credit,concept,document,department\n", {}, {}, 2,
-         "the fields are separated by ','; say so with --delimiter ','", kNothing},
-        {"a CSV option for a JSON file", "a.json", oneEntry("R1", "1"), {"--decimal", ","}, {},
-         2, "--decimal applies to CSV files only", kNothing},
+         {"--date-format", "dmy"},
+         {},
+         2,
+         "line 2: the date must be dd/mm/yyyy",
+         kNothing},
+        {"a comma-separated file read with ';'",
+         "a.csv",
+         "entry,date,account,debit,credit,concept,document,department\n",
+         {},
+         {},
+         2,
+         "the fields are separated by ','; say so with --delimiter ','",
+         kNothing},
+        {"a CSV option for a JSON file",
+         "a.json",
+         oneEntry("R1", "1"),
+         {"--decimal", ","},
+         {},
+         2,
+         "--decimal applies to CSV files only",
+         kNothing},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -350,10 +494,10 @@ TEST_F(PostingTest, AFilePostedTwiceChangesNothingTheSecondTime) {
     EXPECT_EQ(books(), after);
 
     // One new entry beside an old one: still nothing, and the sentence names the old one.
-    ToolRun mixed = kvlnmov(
-        {"post", database_,
-         write("mixed.json",
-               R"({"entries": [{"date": "2026-03-25", "reference": "N-1", "lines": [
+    ToolRun mixed =
+        kvlnmov({"post", database_,
+                 write("mixed.json",
+                       R"({"entries": [{"date": "2026-03-25", "reference": "N-1", "lines": [
                    {"account": "62600001", "debit": 5}, {"account": "57200001", "credit": 5}]},
                  {"date": "2026-03-20", "reference": "c-1", "lines": [
                    {"account": "57200001", "debit": 5}, {"account": "43000001", "credit": 5}]}]})")});
@@ -371,8 +515,7 @@ TEST_F(PostingTest, TheReferenceOfAnAnnulledEntryMayBePostedAgain) {
     // Entry 1 is not the last one: its header stays, marked annulled.
     ToolRun annul = kvlnmov({"annul", database_, "1"});
     ASSERT_EQ(annul.exitCode, 0) << annul.err;
-    ASSERT_EQ(value("SELECT COUNT(*) FROM Asientos WHERE Nulo = 1 AND CodigoExterno = 'A-1'"),
-              "1");
+    ASSERT_EQ(value("SELECT COUNT(*) FROM Asientos WHERE Nulo = 1 AND CodigoExterno = 'A-1'"), "1");
     ToolRun again = kvlnmov(
         {"post", database_,
          write("again.json", R"({"entries": [{"date": "2026-03-02", "reference": "A-1", "lines": [
