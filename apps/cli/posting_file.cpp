@@ -1,5 +1,7 @@
 #include "posting_file.h"
 
+#include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -7,10 +9,14 @@
 #include <sstream>
 
 #include "commands.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/forecasts/cls_prev_cobros.h"
 #include "kvlnmov/forecasts/cls_prev_pagos.h"
+#include "kvlnmov/frame/text.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
+#include "kvlnmov/schema/schema.h"
 #include "kvlnmov/taxbooks/cls_libro_igic.h"
 #include "kvlnmov/taxbooks/cls_libro_irpf.h"
 
@@ -20,28 +26,162 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+/// Decimals an amount of the file may have: the currency's cents.
+constexpr std::size_t kCents = 2;
+
 [[noreturn]] void refuse(const std::string& where, const std::string& what) {
     throw UsageError{where + ": " + what};
 }
 
-Currency amountOf(const Json& value, const std::string& where) {
-    std::optional<Currency> amount;
-    if (value.is_number()) amount = Currency::parse(value.dump());
-    if (value.is_string()) amount = Currency::parse(value.get<std::string>());
-    if (!amount) refuse(where, "not an amount: " + value.dump());
+/// An amount in the regional form of messages ("1.210,00").
+std::string money(Currency value) { return funciones().FormatoNumero(value, 2); }
+
+bool allDigits(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+/// Whether `digits` are written in groups of three digits after a first group of one to three,
+/// separated by `mark` ("1.210.500").
+bool groupedByThousands(std::string_view digits, char mark) {
+    std::size_t start = 0;
+    bool first = true;
+    while (true) {
+        std::size_t end = digits.find(mark, start);
+        std::string_view group = digits.substr(
+            start, end == std::string_view::npos ? std::string_view::npos : end - start);
+        if (!allDigits(group)) return false;
+        if (first ? group.size() > 3 : group.size() != 3) return false;
+        if (end == std::string_view::npos) return true;
+        first = false;
+        start = end + 1;
+    }
+}
+
+/// Reads an amount exactly. `decimal` is the decimal mark ('.' or ','), or 0 to tell it from the
+/// text; `thousands` says whether the other mark may separate groups of three digits. More than
+/// two decimals are refused, never rounded.
+Currency readAmount(std::string_view written, char decimal, bool thousands,
+                    const std::string& where) {
+    std::string text(written);
+    std::size_t begin = text.find_first_not_of(' ');
+    std::size_t end = text.find_last_not_of(' ');
+    std::string_view body = begin == std::string::npos
+                                ? std::string_view()
+                                : std::string_view(text).substr(begin, end - begin + 1);
+    bool negative = false;
+    if (!body.empty() && (body[0] == '-' || body[0] == '+')) {
+        negative = body[0] == '-';
+        body.remove_prefix(1);
+    }
+    if (body.empty() || body.find_first_not_of("0123456789.,") != std::string_view::npos) {
+        refuse(where, "not an amount: '" + text + "'");
+    }
+    std::size_t lastPoint = body.rfind('.');
+    std::size_t lastComma = body.rfind(',');
+    if (decimal == 0) {
+        if (lastPoint != std::string_view::npos && lastComma != std::string_view::npos) {
+            // Both marks: the last one is the decimal mark ("1.210,50", "1,210.50").
+            decimal = lastPoint > lastComma ? '.' : ',';
+        } else if (lastPoint != std::string_view::npos || lastComma != std::string_view::npos) {
+            char mark = lastPoint != std::string_view::npos ? '.' : ',';
+            std::size_t last = std::max(lastPoint == std::string_view::npos ? 0 : lastPoint,
+                                        lastComma == std::string_view::npos ? 0 : lastComma);
+            bool once = body.find(mark) == last;
+            std::size_t after = body.size() - last - 1;
+            if (once && after == 3 && groupedByThousands(body, mark)) {
+                refuse(where, "the amount '" + text +
+                                  "' could be read with either decimal mark; say which one "
+                                  "with --decimal ',' or --decimal '.'");
+            }
+            // One mark followed by other than three digits can only be the decimal mark;
+            // the same mark twice can only separate thousands.
+            decimal = once ? mark : (mark == '.' ? ',' : '.');
+        } else {
+            decimal = '.';
+        }
+    }
+    char other = decimal == '.' ? ',' : '.';
+    std::size_t mark = body.find(decimal);
+    std::string_view whole = body.substr(0, mark);
+    std::string_view fraction =
+        mark == std::string_view::npos ? std::string_view() : body.substr(mark + 1);
+    if (mark != std::string_view::npos && fraction.find(decimal) != std::string_view::npos) {
+        refuse(where, std::string("the amount '") + text + "' has the decimal mark '" + decimal +
+                          "' more than once");
+    }
+    std::string digits;
+    if (whole.find(other) != std::string_view::npos) {
+        if (!thousands || !groupedByThousands(whole, other)) {
+            refuse(where, thousands
+                              ? std::string("the amount '") + text + "' does not read with '" +
+                                    decimal + "' as decimal mark: '" + other +
+                                    "' may only separate groups of three digits"
+                              : std::string("not an amount with '.' as decimal mark and no "
+                                            "thousands separator: '") +
+                                    text + "'");
+        }
+        for (char c : whole) {
+            if (c != other) digits += c;
+        }
+    } else {
+        if (!whole.empty() && !allDigits(whole)) refuse(where, "not an amount: '" + text + "'");
+        digits = whole;
+    }
+    if (mark != std::string_view::npos) {
+        if (fraction.find(other) != std::string_view::npos) {
+            refuse(where, std::string("the amount '") + text + "' does not read with '" + decimal +
+                              "' as decimal mark");
+        }
+        if (!allDigits(fraction)) refuse(where, "not an amount: '" + text + "'");
+        if (fraction.size() > kCents) {
+            refuse(where, "the amount '" + text + "' has " + std::to_string(fraction.size()) +
+                              " decimals; amounts are written in cents (at most 2 decimals) "
+                              "and are never rounded");
+        }
+        digits += '.';
+        digits += fraction;
+    }
+    if (digits.empty() || digits[0] == '.') digits.insert(digits.begin(), '0');
+    auto amount = Currency::parse((negative ? "-" : "") + digits);
+    if (!amount) refuse(where, "the amount '" + text + "' is out of range");
     return *amount;
 }
 
-Currency amountOf(const std::string& text, const std::string& where) {
-    if (text.empty()) return Currency();
-    auto amount = Currency::parse(text);
-    if (!amount) refuse(where, "not an amount with '.' as decimal separator: '" + text + "'");
-    return *amount;
+/// A JSON amount: a number or a text, '.' as decimal mark. Numbers reach here as the text the
+/// file holds (see RawNumbers), so nothing was rounded on the way.
+Currency amountOf(const Json& value, const std::string& where) {
+    if (value.is_number_integer()) return readAmount(value.dump(), '.', false, where);
+    if (!value.is_string()) refuse(where, "not an amount: " + value.dump());
+    return readAmount(value.get<std::string>(), '.', false, where);
 }
 
 Date dateOf(const std::string& text, const std::string& where) {
     auto date = Date::parseIso(text);
-    if (!date || date->hasTime()) refuse(where, "the date must be YYYY-MM-DD: '" + text + "'");
+    if (!date || date->hasTime()) {
+        if (text.find('/') != std::string::npos) {
+            refuse(where, "the date must be YYYY-MM-DD: '" + text +
+                              "' (for dd/mm/yyyy dates in a CSV file use --date-format dmy)");
+        }
+        refuse(where, "the date must be YYYY-MM-DD: '" + text + "'");
+    }
+    return *date;
+}
+
+/// A date written dd/mm/yyyy (the day and month may have one digit).
+Date dayMonthYearOf(const std::string& text, const std::string& where) {
+    std::size_t first = text.find('/');
+    std::size_t second = first == std::string::npos ? first : text.find('/', first + 1);
+    std::optional<Date> date;
+    if (second != std::string::npos) {
+        std::string day = text.substr(0, first);
+        std::string month = text.substr(first + 1, second - first - 1);
+        std::string year = text.substr(second + 1);
+        if (allDigits(day) && day.size() <= 2 && allDigits(month) && month.size() <= 2 &&
+            allDigits(year) && year.size() == 4) {
+            date = Date::fromYmd(std::stoi(year), std::stoi(month), std::stoi(day));
+        }
+    }
+    if (!date) refuse(where, "the date must be dd/mm/yyyy (--date-format dmy): '" + text + "'");
     return *date;
 }
 
@@ -104,13 +244,15 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
     invoice.document = textOf(item, "document", where);
     if (item.contains("rates")) {
         if (!item["rates"].is_array()) refuse(where, "rates must be a list");
-        for (const Json& rate : item["rates"]) {
-            onlyKeys(rate, {"operation", "base", "rate", "tax"}, where + ", rate");
+        for (std::size_t i = 0; i < item["rates"].size(); ++i) {
+            const Json& rate = item["rates"][i];
+            std::string at = where + ", rate line " + std::to_string(i + 1);
+            onlyKeys(rate, {"operation", "base", "rate", "tax"}, at);
             DraftRate line;
-            line.operation = rate.contains("operation") ? smallOf(rate, "operation", where) : 1;
-            line.base = requiredAmount(rate, "base", where + ", rate");
-            line.rate = smallOf(rate, "rate", where + ", rate");
-            line.tax = requiredAmount(rate, "tax", where + ", rate");
+            line.operation = rate.contains("operation") ? smallOf(rate, "operation", at) : 1;
+            line.base = requiredAmount(rate, "base", at);
+            line.rate = smallOf(rate, "rate", at);
+            line.tax = requiredAmount(rate, "tax", at);
             invoice.rates.push_back(line);
         }
     }
@@ -129,21 +271,62 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
     }
     if (item.contains("due")) {
         if (!item["due"].is_array()) refuse(where, "due must be a list");
-        for (const Json& due : item["due"]) {
-            onlyKeys(due, {"date", "amount"}, where + ", due");
+        for (std::size_t i = 0; i < item["due"].size(); ++i) {
+            const Json& due = item["due"][i];
+            std::string at = where + ", due date " + std::to_string(i + 1);
+            onlyKeys(due, {"date", "amount"}, at);
             if (!due.contains("date") || !due["date"].is_string())
-                refuse(where, "a due date needs its date");
-            invoice.due.push_back({dateOf(due["date"].get<std::string>(), where + ", due"),
-                                   requiredAmount(due, "amount", where + ", due")});
+                refuse(at, "a due date needs its date");
+            invoice.due.push_back(
+                {dateOf(due["date"].get<std::string>(), at), requiredAmount(due, "amount", at)});
         }
     }
     return invoice;
 }
 
+/// Builds the JSON document as the library's own parser does, but keeps every number with a
+/// fraction or an exponent as the text the file holds: a double would round 1.00005 or a
+/// seventeen-digit amount before anything could see it.
+class RawNumbers : public nlohmann::detail::json_sax_dom_parser<Json> {
+  public:
+    using json_sax_dom_parser::json_sax_dom_parser;
+    bool number_float(number_float_t /*value*/, const string_t& text) {
+        string_t copy = text;
+        return string(copy);
+    }
+};
+
+/// The key two references share when the database would find them equal: texts compare
+/// without regard to case or trailing blanks.
+std::string referenceKey(const std::string& reference) {
+    std::string key = reference.substr(0, reference.find_last_not_of(' ') + 1);
+    for (char& c : key) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return key;
+}
+
+/// Refuses an entry without a reference or with the reference of an earlier entry of the file.
+void checkReferencesInFile(const std::vector<DraftEntry>& entries, const std::string& name) {
+    std::map<std::string, std::string> seen;
+    for (const DraftEntry& entry : entries) {
+        if (entry.externalReference.find_first_not_of(' ') == std::string::npos) {
+            refuse(name + ", " + entry.origin,
+                   "the entry has no reference; every entry needs one, unique in the exercise, "
+                   "so that posting the same file again is refused");
+        }
+        auto [found, added] = seen.emplace(referenceKey(entry.externalReference), entry.origin);
+        if (!added) {
+            refuse(name + ", " + entry.origin, "the reference " + entry.externalReference +
+                                                   " is also that of " + found->second +
+                                                   "; references must be unique");
+        }
+    }
+}
+
 std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
     Json file;
     try {
-        file = Json::parse(input);
+        RawNumbers builder(file);
+        Json::sax_parse(input, &builder);
     } catch (const Json::parse_error& error) {
         refuse(name, std::string("not valid JSON: ") + error.what());
     }
@@ -182,15 +365,17 @@ std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
                 line.department = departmentOf(row["department"].get<long long>(), at);
             }
             entry.lines.push_back(line);
+            entry.lineOrigins.push_back(entry.origin + ", line " + std::to_string(j + 1));
         }
         if (item.contains("invoice"))
             entry.invoice = readInvoice(item["invoice"], where + ", invoice");
         entries.push_back(std::move(entry));
     }
+    checkReferencesInFile(entries, name);
     return entries;
 }
 
-std::vector<std::string> splitCsv(const std::string& line) {
+std::vector<std::string> splitCsv(const std::string& line, char delimiter) {
     std::vector<std::string> fields;
     std::string field;
     bool quoted = false;
@@ -207,7 +392,7 @@ std::vector<std::string> splitCsv(const std::string& line) {
             }
         } else if (c == '"') {
             quoted = true;
-        } else if (c == ';') {
+        } else if (c == delimiter) {
             fields.push_back(field);
             field.clear();
         } else if (c != '\r') {
@@ -218,15 +403,25 @@ std::vector<std::string> splitCsv(const std::string& line) {
     return fields;
 }
 
-std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name) {
+std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
+                                const CsvFormat& format) {
     static const std::vector<std::string> kHeader{"entry",  "date",    "account",  "debit",
                                                   "credit", "concept", "document", "department"};
+    const char delimiter = format.delimiter;
+    const char other = delimiter == ';' ? ',' : ';';
     std::string text;
     if (!std::getline(input, text)) refuse(name, "empty file");
-    if (splitCsv(text) != kHeader) {
-        refuse(
-            name,
-            "the first line must be entry;date;account;debit;credit;concept;document;department");
+    // A byte order mark, as spreadsheets write it before UTF-8 text.
+    if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3);
+    if (splitCsv(text, delimiter) != kHeader) {
+        if (splitCsv(text, other) == kHeader) {
+            refuse(name, std::string("the fields are separated by '") + other +
+                             "'; say so with --delimiter '" + other + "'");
+        }
+        std::string header;
+        for (const std::string& field : kHeader)
+            header += (header.empty() ? "" : std::string(1, delimiter)) + field;
+        refuse(name, "the first line must be " + header);
     }
     std::vector<DraftEntry> entries;
     std::map<std::string, std::size_t> byKey;
@@ -235,24 +430,37 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name) {
         ++number;
         if (text.find_first_not_of(" \t\r") == std::string::npos) continue;
         std::string where = name + ", line " + std::to_string(number);
-        auto fields = splitCsv(text);
-        if (fields.size() != kHeader.size())
+        auto fields = splitCsv(text, delimiter);
+        if (fields.size() != kHeader.size()) {
+            if (delimiter == ',') {
+                refuse(where, "expected 8 fields, found " + std::to_string(fields.size()) +
+                                  " (with --delimiter ',' an amount written with a decimal "
+                                  "comma must be quoted: \"12,50\")");
+            }
             refuse(where, "expected 8 fields, found " + std::to_string(fields.size()));
-        Date date = dateOf(fields[1], where);
-        auto found = byKey.find(fields[0]);
+        }
+        Date date =
+            format.dayMonthYear ? dayMonthYearOf(fields[1], where) : dateOf(fields[1], where);
+        const std::string& key = fields[0];
+        auto found = byKey.find(key);
         if (found == byKey.end()) {
             DraftEntry entry;
             entry.date = date;
-            entry.origin = "CSV entry " + fields[0];
-            found = byKey.emplace(fields[0], entries.size()).first;
+            entry.externalReference = key;
+            entry.origin = "entry " + key + " (line " + std::to_string(number) + ")";
+            found = byKey.emplace(key, entries.size()).first;
             entries.push_back(entry);
+        } else if (found->second + 1 != entries.size()) {
+            refuse(where, "the entry " + key +
+                              " appears again after other entries; the lines "
+                              "of an entry are consecutive and every entry has its own key");
         } else if (entries[found->second].date != date) {
-            refuse(where, "the lines of entry " + fields[0] + " have different dates");
+            refuse(where, "the lines of entry " + key + " have different dates");
         }
         DraftLine line;
         line.account = fields[2];
-        line.debit = amountOf(fields[3], where);
-        line.credit = amountOf(fields[4], where);
+        if (!fields[3].empty()) line.debit = readAmount(fields[3], format.decimal, true, where);
+        if (!fields[4].empty()) line.credit = readAmount(fields[4], format.decimal, true, where);
         line.description = fields[5];
         line.document = fields[6];
         if (!fields[7].empty()) {
@@ -266,18 +474,20 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name) {
             }
         }
         entries[found->second].lines.push_back(line);
+        entries[found->second].lineOrigins.push_back("line " + std::to_string(number));
     }
+    checkReferencesInFile(entries, name);
     return entries;
 }
 
 }  // namespace
 
-std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file) {
-    std::ifstream input(file);
+std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file, const CsvFormat& csv) {
+    std::ifstream input(file, std::ios::binary);
     if (!input) throw UsageError{file.string() + ": cannot be read"};
     std::string extension = file.extension().string();
     if (extension == ".json") return readJson(input, file.string());
-    if (extension == ".csv") return readCsv(input, file.string());
+    if (extension == ".csv") return readCsv(input, file.string(), csv);
     throw UsageError{file.string() + ": the file must end in .json or .csv"};
 }
 
@@ -291,6 +501,39 @@ const DraftLine* partyLine(const DraftEntry& entry) {
     return nullptr;
 }
 
+/// Refuses a text longer than its column: the library or the database would cut it, and a cut
+/// text is a changed text. Characters are counted as the database counts them.
+void checkWidth(const std::string& text, const char* field, const char* table, const char* column,
+                const std::string& where) {
+    const schema::Table* found = schema::findTable(table);
+    const schema::Column* declared = found ? found->find(column) : nullptr;
+    if (!declared || declared->type.type != schema::SqlType::VarChar) return;
+    auto width = static_cast<std::size_t>(declared->type.length);
+    std::size_t characters = text::characterCount(text);
+    if (characters > width) {
+        refuse(where, "the " + std::string(field) + " has " + std::to_string(characters) +
+                          " characters and the column " + table + "." + column + " holds " +
+                          std::to_string(width) + "; shorten it (nothing is cut on posting)");
+    }
+}
+
+/// Refuses a tax amount that is not `rate` percent of `base`, give or take one cent.
+void checkPercentage(Currency base, std::int16_t rate, Currency amount, const char* what,
+                     const std::string& where) {
+    using Wide = __int128;
+    // In ten-thousandths times 100: amount * 100 against base * rate.
+    Wide difference = Wide(amount.raw()) * 100 - Wide(base.raw()) * rate;
+    if (difference < 0) difference = -difference;
+    constexpr Wide kCent = Currency::kScale / 100 * 100;
+    if (difference <= kCent) return;
+    Wide exact = Wide(base.raw()) * rate;
+    Wide rounded = (exact + (exact < 0 ? -50 : 50)) / 100;
+    Currency expected = Currency::fromRaw(static_cast<std::int64_t>(rounded));
+    refuse(where, "the " + std::string(what) + " " + money(amount) + " is not " +
+                      std::to_string(rate) + "% of the base " + money(base) + ", which is " +
+                      money(expected) + " (a difference of up to 0,01 is accepted)");
+}
+
 void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
     const DraftInvoice& invoice = *entry.invoice;
     std::string where = entry.origin + ", invoice";
@@ -300,13 +543,23 @@ void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
     for (const std::string* text : {&invoice.name, &invoice.nif, &invoice.document}) {
         if (text->find('\'') != std::string::npos) refuse(where, "texts may not hold a quote (')");
     }
+    const char* book = invoice.tax == 2 ? "Iva" : "Igic";
+    checkWidth(invoice.name, "name", book, "Nombre", where);
+    checkWidth(invoice.nif, "nif", book, "Nif", where);
+    checkWidth(invoice.document, "document", book, "Documento", where);
     if (invoice.rates.empty()) refuse(where, "an invoice needs at least one rate line");
+    for (std::size_t i = 0; i < invoice.rates.size(); ++i) {
+        const DraftRate& rate = invoice.rates[i];
+        checkPercentage(rate.base, rate.rate, rate.tax, "tax",
+                        where + ", rate line " + std::to_string(i + 1));
+    }
     if (invoice.withholding) {
-        const std::string& account = invoice.withholding->account;
-        if (account.size() != static_cast<std::size_t>(context.LongitudCuenta()) ||
-            account.find_first_not_of("0123456789") != std::string::npos) {
-            refuse(where, "the withholding account must be a full account: '" + account + "'");
+        const DraftWithholding& held = *invoice.withholding;
+        if (held.account.size() != static_cast<std::size_t>(context.LongitudCuenta()) ||
+            held.account.find_first_not_of("0123456789") != std::string::npos) {
+            refuse(where, "the withholding account must be a full account: '" + held.account + "'");
         }
+        checkPercentage(held.base, held.rate, held.amount, "withholding", where + ", withholding");
     }
     if (!invoice.due.empty()) {
         Currency due;
@@ -317,6 +570,12 @@ void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
                               owed.toString());
         }
     }
+}
+
+/// The name of line `index` of `entry` in messages.
+std::string lineOrigin(const DraftEntry& entry, std::size_t index) {
+    if (index < entry.lineOrigins.size()) return entry.lineOrigins[index];
+    return entry.origin + ", line " + std::to_string(index + 1);
 }
 
 }  // namespace
@@ -336,11 +595,13 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
             if (text->find('\'') != std::string::npos)
                 refuse(where, "texts may not hold a quote (')");
         }
+        checkWidth(entry.externalReference, "reference", "Asientos", "CodigoExterno", where);
+        checkWidth(entry.remarks, "remarks", "Asientos", "Observaciones", where);
         Currency debits;
         Currency credits;
         for (std::size_t i = 0; i < entry.lines.size(); ++i) {
             const DraftLine& line = entry.lines[i];
-            std::string at = where + ", line " + std::to_string(i + 1);
+            std::string at = lineOrigin(entry, i);
             if (line.account.size() != length ||
                 line.account.find_first_not_of("0123456789") != std::string::npos) {
                 refuse(at, "the account must be " + std::to_string(length) + " digits: '" +
@@ -354,6 +615,8 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
                 if (text->find('\'') != std::string::npos)
                     refuse(at, "texts may not hold a quote (')");
             }
+            checkWidth(line.description, "concept", "Movimientos", "Concepto", at);
+            checkWidth(line.document, "document", "Movimientos", "Documento", at);
             debits += line.debit;
             credits += line.credit;
         }
@@ -363,6 +626,75 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
         }
         if (entry.invoice) checkInvoice(entry, context);
     }
+}
+
+void checkAccountsInChart(const std::vector<DraftEntry>& entries,
+                          const db::ConnectionRef& connection, cEmpresa& context) {
+    std::set<std::string> chart;
+    db::Recordset rows;
+    rows.Open(
+        "SELECT Cuenta FROM Cuentas WHERE Cod_Empresa = " + std::to_string(context.Cod_Empresa()) +
+            " AND Cod_Ejercicio = " + std::to_string(context.Cod_Ejercicio()),
+        connection);
+    for (; !rows.Eof(); rows.MoveNext()) chart.insert(rows.Fields(0).toText());
+    rows.Close();
+    // A company whose chart is kept elsewhere (an empty Cuentas) takes any full account.
+    if (chart.empty()) return;
+    for (const DraftEntry& entry : entries) {
+        for (std::size_t i = 0; i < entry.lines.size(); ++i) {
+            const std::string& account = entry.lines[i].account;
+            if (chart.count(account) == 0) {
+                refuse(lineOrigin(entry, i),
+                       "the account " + account + " is not in the company's chart of accounts");
+            }
+        }
+        if (entry.invoice && entry.invoice->withholding &&
+            chart.count(entry.invoice->withholding->account) == 0) {
+            refuse(entry.origin + ", invoice, withholding",
+                   "the account " + entry.invoice->withholding->account +
+                       " is not in the company's chart of accounts");
+        }
+    }
+}
+
+std::optional<std::string> referencesAlreadyPosted(const std::vector<DraftEntry>& entries,
+                                                   const db::ConnectionRef& connection,
+                                                   cEmpresa& context) {
+    // The references of the exercise's live entries: an annulled entry's reference may be
+    // posted again, corrected.
+    std::map<std::string, std::int32_t> posted;
+    db::Recordset rows;
+    rows.Open("SELECT Codigo, CodigoExterno FROM Asientos WHERE Cod_Empresa = " +
+                  std::to_string(context.Cod_Empresa()) +
+                  " AND Cod_Ejercicio = " + std::to_string(context.Cod_Ejercicio()) +
+                  " AND Nulo = 0 AND CodigoExterno IS NOT NULL ORDER BY Codigo",
+              connection);
+    for (; !rows.Eof(); rows.MoveNext()) {
+        posted.emplace(referenceKey(rows.Fields(1).toText()), rows.Fields(0).toLong());
+    }
+    rows.Close();
+    const DraftEntry* first = nullptr;
+    std::int32_t number = 0;
+    std::size_t count = 0;
+    for (const DraftEntry& entry : entries) {
+        auto found = posted.find(referenceKey(entry.externalReference));
+        if (found == posted.end()) continue;
+        if (!first) {
+            first = &entry;
+            number = found->second;
+        }
+        ++count;
+    }
+    if (!first) return std::nullopt;
+    if (count == 1) {
+        return "Nothing was posted: the reference " + first->externalReference + " (" +
+               first->origin + ") is already in the books, as entry " + std::to_string(number) +
+               ".";
+    }
+    return "Nothing was posted: the reference " + first->externalReference + " (" + first->origin +
+           ") is already in the books, as entry " + std::to_string(number) + "; " +
+           std::to_string(count) + " of the file's " + std::to_string(entries.size()) +
+           " references are.";
 }
 
 namespace {
@@ -459,8 +791,10 @@ void postInvoice(const DraftEntry& draft, PostedEntry& posted, const db::Connect
 
 std::vector<PostedEntry> postEntries(const std::vector<DraftEntry>& entries,
                                      const db::ConnectionRef& connection,
-                                     const cEmpresaRef& context, std::int16_t user) {
+                                     const cEmpresaRef& context, std::int16_t user,
+                                     const std::function<void(std::size_t)>& progress) {
     std::vector<PostedEntry> posted;
+    std::size_t linesPosted = 0;
     for (const DraftEntry& draft : entries) {
         PostedEntry result;
         auto header = std::make_shared<clsAsiento>();
@@ -493,6 +827,8 @@ std::vector<PostedEntry> postEntries(const std::vector<DraftEntry>& entries,
         }
         if (draft.invoice) postInvoice(draft, result, connection, context);
         posted.push_back(std::move(result));
+        linesPosted += draft.lines.size();
+        if (progress) progress(linesPosted);
     }
     return posted;
 }

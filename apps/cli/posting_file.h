@@ -4,13 +4,14 @@
 // written, and their posting through the library's entry and line objects.
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
-#include "kvlnmov/db/connection.h"
 #include "kvlnmov/core/context.h"
+#include "kvlnmov/db/connection.h"
 #include "kvlnmov/frame/currency.h"
 #include "kvlnmov/frame/date.h"
 #include "kvlnmov/frame/enums.h"
@@ -73,25 +74,59 @@ struct DraftEntry {
     std::string remarks;
     std::vector<DraftLine> lines;
     std::optional<DraftInvoice> invoice;
-    /// Where the entry came from, for messages ("entry 3", "CSV entry F-12").
+    /// Where the entry came from, for messages ("entry 3", "entry F-12 (line 5)").
     std::string origin;
+    /// Where each line came from, in the order of `lines` ("entry 3, line 2", "line 14");
+    /// empty for entries made in code, whose lines are named by their place in the entry.
+    std::vector<std::string> lineOrigins;
+};
+
+/// How the fields of a CSV posting file are written.
+struct CsvFormat {
+    /// The field separator: ';' or ','.
+    char delimiter = ';';
+    /// The decimal mark: '.' or ',' (the other mark may then only separate groups of three
+    /// digits), or 0 to tell it from each amount: a single mark followed by one or two digits
+    /// is the decimal mark, and an amount that could be read both ways ("1.210") is refused.
+    char decimal = 0;
+    /// Dates as yyyy-mm-dd, or as dd/mm/yyyy when `dayMonthYear`.
+    bool dayMonthYear = false;
 };
 
 /// Reads a posting file. JSON:
-///   {"entries": [{"date": "2026-03-15", "closing": false, "reference": "", "remarks": "",
-///     "lines": [{"account": "43000001", "debit": "121.00", "credit": 0, "description": "...",
-///                "document": "F-1", "department": 1}, ...]}]}
-/// CSV (semicolon-separated, first line the header):
-///   entry;date;account;debit;credit;description;document;department
-/// where the lines of one entry share the same `entry` key and date. Amounts use "." as
-/// decimal separator. Raises UsageError (commands.h) naming the place of the first problem.
-std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file);
+///   {"entries": [{"date": "2026-03-15", "closing": false, "reference": "F-1", "remarks": "",
+///     "lines": [{"account": "43000001", "debit": "121.00", "credit": 0, "concept": "...",
+///                "document": "F-1", "department": 1}, ...], "invoice": {...}}]}
+/// with amounts as JSON numbers or texts, '.' as decimal mark. CSV (first line the header):
+///   entry;date;account;debit;credit;concept;document;department
+/// where the consecutive lines of one entry share the same `entry` key, which is the entry's
+/// reference, and date; `csv` tells the separator, decimal mark and date form.
+/// Every entry needs a reference, unique in the file. Amounts take at most two decimals and are
+/// never rounded. Raises UsageError naming the place of the first problem.
+std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file,
+                                        const CsvFormat& csv = {});
 
 /// Checks every entry against the company's context before anything is written: date inside
 /// the exercise, accounts of the full length made of digits, exactly one of debit and credit
 /// above zero on each line, debits equal to credits, no quote in any text (the library writes
-/// texts into its statements as they are). Raises UsageError for the first problem.
+/// texts into its statements as they are), no text longer than its column (which would be cut),
+/// the tax of every invoice rate line and the withholding equal to base x rate / 100 within
+/// 0.01. Raises UsageError for the first problem.
 void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context);
+
+/// Checks that every account of the entries (lines and withholding accounts) is in the
+/// company's chart of accounts (table Cuentas) when the chart has any account for the company
+/// and exercise. Raises UsageError naming the first unknown account and its line.
+void checkAccountsInChart(const std::vector<DraftEntry>& entries,
+                          const db::ConnectionRef& connection, cEmpresa& context);
+
+/// The sentence refusing the file when a reference of its entries is already that of an
+/// entry of the company and exercise (annulled entries aside), naming the first one; nothing
+/// when none is. References are compared as the database compares texts: without regard to
+/// case or trailing blanks.
+std::optional<std::string> referencesAlreadyPosted(const std::vector<DraftEntry>& entries,
+                                                   const db::ConnectionRef& connection,
+                                                   cEmpresa& context);
 
 /// What posting an entry produced.
 struct PostedEntry {
@@ -103,9 +138,10 @@ struct PostedEntry {
 
 /// Posts the entries (header, each line, then the invoice's tax book record, withholding
 /// record and forecasts) with `user` as the recording user. Library errors are raised as they
-/// come.
+/// come. `progress`, when given, is told after each entry how many lines are posted so far.
 std::vector<PostedEntry> postEntries(const std::vector<DraftEntry>& entries,
                                      const db::ConnectionRef& connection,
-                                     const cEmpresaRef& context, std::int16_t user);
+                                     const cEmpresaRef& context, std::int16_t user,
+                                     const std::function<void(std::size_t)>& progress = {});
 
 }  // namespace kvlnmov::cli

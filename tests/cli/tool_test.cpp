@@ -34,14 +34,14 @@ class ToolTest : public ToolFixture {
 };
 
 const char* kTwoEntries = R"({"entries": [
-  {"date": "2026-03-02", "lines": [
+  {"date": "2026-03-02", "reference": "A-1", "lines": [
      {"account": "43000001", "debit": "1210", "concept": "Factura A-1", "document": "A-1", "department": 1},
      {"account": "70000001", "credit": "1000", "concept": "Factura A-1", "document": "A-1", "department": 1},
      {"account": "47700021", "credit": "210", "concept": "IVA", "document": "A-1", "department": 1}],
    "invoice": {"book": "issued", "tax": "IVA", "account": "43000001", "name": "Cliente", "nif": "B1",
                "document": "A-1", "rates": [{"base": "1000", "rate": 21, "tax": "210"}],
                "due": [{"date": "2026-04-01", "amount": "1210"}]}},
-  {"date": "2026-03-20", "lines": [
+  {"date": "2026-03-20", "reference": "C-1", "lines": [
      {"account": "57200001", "debit": "1210", "concept": "Cobro A-1"},
      {"account": "43000001", "credit": "1210", "concept": "Cobro A-1"}]}]})";
 
@@ -68,7 +68,7 @@ TEST_F(ToolTest, PostWritesEntriesBooksAndForecastsInOneGo) {
     ToolRun run = kvlnmov({"post", database_, write("entries.json", kTwoEntries), "--user", "4"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out,
-              "Posted 2 entries (5 lines, 1 tax book records, 1 forecasts); entry numbers: 1 2\n");
+              "Posted 2 entries (5 lines, 1 tax book record, 1 forecast): entries 1 to 2.\n");
     EXPECT_EQ(count("SELECT COUNT(*) FROM Movimientos WHERE Cod_Usuario = 4"), 5);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Iva_Lineas WHERE Base = 1000 AND Cuota = 210"), 1);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Previsiones_Cobro WHERE Importe = 1210"), 1);
@@ -93,22 +93,22 @@ TEST_F(ToolTest, PostRefusesABadFileBeforeWritingAnything) {
     };
     const Case cases[] = {
         {"unbalanced.json",
-         R"({"entries": [{"date": "2026-03-01", "lines": [{"account": "43000001", "debit": "5"},
+         R"({"entries": [{"date": "2026-03-01", "reference": "U1", "lines": [{"account": "43000001", "debit": "5"},
              {"account": "70000001", "credit": "5"}]},
-             {"date": "2026-03-02", "lines": [{"account": "43000001", "debit": "100"},
+             {"date": "2026-03-02", "reference": "U2", "lines": [{"account": "43000001", "debit": "100"},
              {"account": "70000001", "credit": "90"}]}]})",
          "entry 2: unbalanced: debits 100, credits 90"},
         {"broken.json", R"({"entries": [)", "not valid JSON"},
         {"short.json",
-         R"({"entries": [{"date": "2026-03-02", "lines": [{"account": "4300001", "debit": "1"},
+         R"({"entries": [{"date": "2026-03-02", "reference": "S1", "lines": [{"account": "4300001", "debit": "1"},
              {"account": "70000001", "credit": "1"}]}]})",
          "entry 1, line 1: the account must be 8 digits: '4300001'"},
         {"quote.json",
-         R"({"entries": [{"date": "2026-03-02", "lines": [{"account": "43000001", "debit": "1", "concept": "L'Oreal"},
+         R"({"entries": [{"date": "2026-03-02", "reference": "Q1", "lines": [{"account": "43000001", "debit": "1", "concept": "L'Oreal"},
              {"account": "70000001", "credit": "1"}]}]})",
          "texts may not hold a quote"},
         {"outside.json",
-         R"({"entries": [{"date": "2027-01-02", "lines": [{"account": "43000001", "debit": "1"},
+         R"({"entries": [{"date": "2027-01-02", "reference": "O1", "lines": [{"account": "43000001", "debit": "1"},
              {"account": "70000001", "credit": "1"}]}]})",
          "the date 2027-01-02 is outside the exercise"},
         {"typo.json",
