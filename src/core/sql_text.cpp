@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <iterator>
 
 #include "kvlnmov/frame/quoted_values.h"
 #include "kvlnmov/core/library.h"
@@ -52,7 +54,19 @@ std::string andExercise(std::int16_t exercise) {
 }
 
 std::string whereCompanyExercise(cEmpresa& context) {
-    return whereCompany(context.Cod_Empresa()) + andExercise(context.Cod_Ejercicio());
+    // Built in one string: this filter starts nearly every statement of a posted line.
+    char company[8];
+    char exercise[8];
+    const auto companyEnd = std::to_chars(std::begin(company), std::end(company), context.Cod_Empresa());
+    const auto exerciseEnd =
+        std::to_chars(std::begin(exercise), std::end(exercise), context.Cod_Ejercicio());
+    constexpr std::string_view kWhere = " WHERE Cod_Empresa =";
+    constexpr std::string_view kAnd = " AND Cod_Ejercicio =";
+    std::string out;
+    out.reserve(kWhere.size() + kAnd.size() + 12);
+    out.append(kWhere).append(company, companyEnd.ptr);
+    out.append(kAnd).append(exercise, exerciseEnd.ptr);
+    return out;
 }
 
 std::string andAccount(std::string_view account) { return " AND Cuenta ='" + text(account) + "'"; }

@@ -124,6 +124,10 @@ INSTANTIATE_TEST_SUITE_P(
                       MoneyCase{"-(2.5)", -25000}, MoneyCase{".5", 5000},
                       MoneyCase{"'12.50'", 125000}, MoneyCase{"' -3 '", -30000},
                       MoneyCase{"922337203685477.5807", std::numeric_limits<std::int64_t>::max()},
+                      MoneyCase{"-922337203685477.5808", std::numeric_limits<std::int64_t>::min()},
+                      MoneyCase{"99999999999999.9999", 999999999999999999},
+                      MoneyCase{"-99999999999999.99995", -1000000000000000000},
+                      MoneyCase{"007.", 70000}, MoneyCase{"-0.0001", -1},
                       MoneyCase{"1E2", 1000000}));
 
 TEST(MoneyLiteral, MeetsMoneyInComparisonsArithmeticAndFunctions) {

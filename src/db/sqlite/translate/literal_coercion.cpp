@@ -47,6 +47,13 @@ std::optional<double> parseReal(std::string_view text) {
     return value;
 }
 
+// The value of a run of at most nine decimal digits, already checked to be digits.
+int digitsValue(std::string_view digits) {
+    int value = 0;
+    for (char c : digits) value = value * 10 + (c - '0');
+    return value;
+}
+
 bool hasNonZeroDigit(std::string_view text) {
     for (char c : text) {
         if (c == 'e' || c == 'E') break;
@@ -158,7 +165,11 @@ SqlValue toMoney(LiteralKind kind, std::string_view text, bool negative, const S
         if (!(std::fabs(scaled) < 9.2e18)) throw errors.overflow("money", true);
         return static_cast<std::int64_t>(std::llround(scaled));
     }
-    raw = scaleDecimalText(signedText(text, negative));
+    // The magnitude is read without copying the text; only the most negative amount, whose
+    // magnitude is one more than the largest, needs its sign read with it.
+    raw = scaleDecimalText(text);
+    if (raw && negative) raw = -*raw;
+    if (!raw && negative) raw = scaleDecimalText(signedText(text, negative));
     if (!raw) throw errors.overflow("money", kind != LiteralKind::Integer);
     return *raw;
 }
@@ -249,7 +260,7 @@ std::optional<std::int32_t> parseTime(std::string_view text) {
         while (pos < text.size() && isDigit(text[pos])) ++pos;
         std::size_t length = pos - start;
         if (length == 0 || length > 2) return std::nullopt;
-        fields[count++] = std::stoi(std::string(text.substr(start, length)));
+        fields[count++] = digitsValue(text.substr(start, length));
         if (pos < text.size() && text[pos] == ':') {
             ++pos;
             continue;
@@ -266,7 +277,7 @@ std::optional<std::int32_t> parseTime(std::string_view text) {
         if (length == 0 || length > 3) return std::nullopt;
         std::string digits(text.substr(start, length));
         digits.append(3 - length, '0');
-        millisecond = std::stoi(digits);
+        millisecond = digitsValue(digits);
     }
     if (pos != text.size()) return std::nullopt;
     if (fields[0] > 23 || fields[1] > 59 || fields[2] > 59) return std::nullopt;
@@ -280,7 +291,7 @@ struct DateFields {
 };
 
 int expandYear(std::string_view digits) {
-    int year = std::stoi(std::string(digits));
+    int year = digitsValue(digits);
     if (digits.size() <= 2) year += year < 50 ? 2000 : 1900;
     return year;
 }
@@ -289,9 +300,9 @@ int expandYear(std::string_view digits) {
 // day/month/year (month/day/year under mdy) with one- or two-digit day and month.
 std::optional<DateFields> parseDatePart(std::string_view text, bool dayBeforeMonth) {
     if (text.size() == 8 && allDigits(text)) {
-        return DateFields{std::stoi(std::string(text.substr(0, 4))),
-                          std::stoi(std::string(text.substr(4, 2))),
-                          std::stoi(std::string(text.substr(6, 2)))};
+        return DateFields{digitsValue(text.substr(0, 4)),
+                          digitsValue(text.substr(4, 2)),
+                          digitsValue(text.substr(6, 2))};
     }
     std::size_t first = text.find_first_of("/-.");
     if (first == std::string_view::npos) return std::nullopt;
@@ -305,12 +316,12 @@ std::optional<DateFields> parseDatePart(std::string_view text, bool dayBeforeMon
     if (b.size() > 2) return std::nullopt;
     if (a.size() == 4) {
         if (c.size() > 2) return std::nullopt;
-        return DateFields{std::stoi(std::string(a)), std::stoi(std::string(b)),
-                          std::stoi(std::string(c))};
+        return DateFields{digitsValue(a), digitsValue(b),
+                          digitsValue(c)};
     }
     if (a.size() > 2 || (c.size() != 2 && c.size() != 4)) return std::nullopt;
-    int first_field = std::stoi(std::string(a));
-    int second_field = std::stoi(std::string(b));
+    int first_field = digitsValue(a);
+    int second_field = digitsValue(b);
     DateFields fields;
     fields.year = expandYear(c);
     fields.day = dayBeforeMonth ? first_field : second_field;
@@ -334,6 +345,16 @@ std::optional<std::int64_t> scaleDecimalText(std::string_view text) {
     if (whole.empty() && fraction.empty()) return std::nullopt;
     if ((!whole.empty() && !allDigits(whole)) || (!fraction.empty() && !allDigits(fraction))) {
         return std::nullopt;
+    }
+    if (fraction.size() <= 4 && !whole.empty() && whole.size() <= 14) {
+        // Nothing to round and no way to overflow (fourteen digits and four decimals stay far
+        // below the largest amount): the ten-thousandths are counted here, digit by digit.
+        std::int64_t raw = 0;
+        for (char c : whole) raw = raw * 10 + (c - '0');
+        std::size_t decimals = 0;
+        for (; decimals < fraction.size(); ++decimals) raw = raw * 10 + (fraction[decimals] - '0');
+        for (; decimals < 4; ++decimals) raw *= 10;
+        return negative ? -raw : raw;
     }
     if (fraction.size() <= 4 && !whole.empty()) {
         // Nothing to round: the text is read as it stands.

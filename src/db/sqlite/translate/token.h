@@ -102,7 +102,7 @@ class TokenScanner {
     /// The next token into `token`; false once the last token was given. Blanks and the two
     /// commonest tokens (a word, a one-character symbol) are read here, inline; comments and
     /// every other token by `nextOther`.
-    bool next(RawToken& token) {
+    [[gnu::always_inline]] bool next(RawToken& token) {
         if (done_) return false;
         token.close = 0;
         token.doubled = false;

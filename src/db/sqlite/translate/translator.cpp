@@ -1,6 +1,7 @@
 #include "db/sqlite/translate/translator.h"
 
 #include <algorithm>
+#include <charconv>
 #include <functional>
 #include <list>
 #include <unordered_map>
@@ -99,47 +100,58 @@ bool matches(const ShapeLiteral& literal, std::string_view text) {
 // false when the statement cannot be cached: it holds a token no statement may hold, which the
 // parser reports.
 bool scanShape(std::string_view text, std::string& key, std::vector<LiteralText>& literals) {
-    key.clear();
-    key.reserve(text.size() + text.size() / 2 + 16);
+    // Every token adds at most three times the characters it takes from the text (a one-
+    // character symbol or literal: a mark, the character or placeholder, the separator; a quoted
+    // name: its close character, its length, ':', the name and the separator for at least two
+    // characters of text), and the end adds two: the key is written straight into a buffer that
+    // size, without a capacity check per character.
+    key.resize(3 * text.size() + 16);
+    char* const first = key.data();
+    char* out = first;
+    // Byte by byte: the parts are a few characters long, shorter than a call to memcpy.
+    auto put = [&out](std::string_view part) {
+        for (char c : part) *out++ = c;
+    };
     literals.clear();
     tsql::TokenScanner scanner(text);
     tsql::RawToken token;
     while (scanner.next(token)) {
         switch (token.kind) {
             case TokenKind::Integer:
-                key += "#i";
+                put("#i");
                 break;
             case TokenKind::Decimal:
-                key += "#d";
+                put("#d");
                 break;
             case TokenKind::Float:
-                key += "#f";
+                put("#f");
                 break;
             case TokenKind::String:
-                key += "#s";
+                put("#s");
                 break;
             case TokenKind::Identifier:
                 if (token.quoted) {
                     // A quoted name may hold any character: its length keeps the key unambiguous.
-                    key += token.close;
-                    key += std::to_string(token.body.size());
-                    key += ':';
+                    *out++ = token.close;
+                    out = std::to_chars(out, first + key.size(), token.body.size()).ptr;
+                    *out++ = ':';
                 } else {
-                    key += 'w';
+                    *out++ = 'w';
                 }
-                key += token.body;
+                put(token.body);
                 break;
             case TokenKind::Invalid:
             case TokenKind::UnclosedString:
             case TokenKind::UnclosedComment:
+                key.clear();
                 return false;
             default:
                 // Symbols, variables and the end.
-                key += 'k';
-                key += token.body;
+                *out++ = 'k';
+                put(token.body);
                 break;
         }
-        key += '\x1f';
+        *out++ = '\x1f';
         if (token.isLiteral()) {
             LiteralText& literal = literals.emplace_back();
             literal.view = token.body;
@@ -149,6 +161,7 @@ bool scanShape(std::string_view text, std::string& key, std::vector<LiteralText>
             }
         }
     }
+    key.resize(static_cast<std::size_t>(out - first));
     return true;
 }
 
