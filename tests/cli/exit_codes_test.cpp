@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -294,6 +296,61 @@ TEST_F(ToolFixture, ALibraryErrorSaysWhatFailedThenItsNumberAndSource) {
               "ejercicio contable\n  (error 1000, clsMov::Cambiar_Cuenta)\n");
     EXPECT_EQ(textRows(database_, "SELECT COUNT(*) FROM Movimientos WHERE Cuenta = '43000009'"),
               (TextRows{{"0"}}));
+}
+
+// The terminal columns where the separators " | " stand in a line of the grid (a UTF-8
+// letter takes one column).
+std::vector<std::size_t> separators(const std::string& line) {
+    std::vector<std::size_t> at;
+    for (auto found = line.find(" | "); found != std::string::npos;
+         found = line.find(" | ", found + 3)) {
+        at.push_back(static_cast<std::size_t>(
+            std::count_if(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(found),
+                          [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; })));
+    }
+    return at;
+}
+
+// A long entry is written whole, batch after batch, under the columns of its first batch.
+TEST_F(ToolFixture, ShowWritesALongEntryWholeUnderTheColumnsOfItsFirstBatch) {
+    ASSERT_EQ(kvlnmov({"demo", database_}).exitCode, 0);
+    // 450 more lines on entry 6 (two lines of its own): 10,00 each, debits and credits in turn.
+    sqlite3* db = nullptr;
+    ASSERT_EQ(sqlite3_open(database_.c_str(), &db), SQLITE_OK);
+    const char* insert =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 450) "
+        "INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento, Apunte, "
+        "Fecha_Asiento, Cuenta, Fecha_Apunte, Concepto, Documento, Diario, Dpto, Debe, Haber, "
+        "Punteo) SELECT 1, 2026, 6, 5000 + i, '2026-03-20', '57200001', '2026-03-20', 'Cobro ' "
+        "|| i, 'C-' || i, 0, 0, CASE WHEN i % 2 = 1 THEN 100000 ELSE 0 END, CASE WHEN i % 2 = 0 "
+        "THEN 100000 ELSE 0 END, 0 FROM n";
+    EXPECT_EQ(sqlite3_exec(db, insert, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+    sqlite3_close(db);
+
+    const ToolRun run = kvlnmov({"show", database_, "6", "--no-pager"});
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    std::vector<std::string> lines;
+    std::istringstream text(run.out);
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    // Header, blank, captions, rule, 452 lines, rule, totals, imbalance.
+    ASSERT_EQ(lines.size(), 4u + 452u + 3u);
+    EXPECT_EQ(lines[2].rfind("Ap.    | Cod. Cuenta | ", 0), 0u) << lines[2];
+    EXPECT_EQ(lines[4].rfind("     1 | ", 0), 0u) << lines[4];
+    EXPECT_EQ(lines[4 + 451].rfind("   452 | 57200001    | ", 0), 0u) << lines[4 + 451];
+    EXPECT_NE(lines[4 + 451].find(" | Cobro 450 "), std::string::npos) << lines[4 + 451];
+    EXPECT_EQ(lines[4 + 451].substr(lines[4 + 451].size() - 6), " 10,00");
+    // Every line of every batch keeps the columns of the captions.
+    const std::vector<std::size_t> columns = separators(lines[2]);
+    ASSERT_EQ(columns.size(), 9u);
+    for (std::size_t i = 4; i < 4 + 452; ++i) {
+        std::vector<std::size_t> found = separators(lines[i]);
+        // A line without a credit ends after the debit column.
+        ASSERT_GE(found.size(), 8u) << lines[i];
+        found.resize(columns.size(), columns.back());
+        EXPECT_EQ(found, columns) << "line " << i << ": " << lines[i];
+    }
+    EXPECT_EQ(lines[4 + 452], lines[3]);
 }
 
 }  // namespace
