@@ -20,6 +20,14 @@ struct UsageError {
     std::string message;
 };
 
+/// Thrown by a command that finds nothing to do where the user asked for something (an entry
+/// that does not exist, lines that are not there, an entry moved onto itself) or that refuses
+/// what it was asked: printed, exit code 1. Commands check before writing, so nothing has
+/// changed when it is thrown.
+struct Refused {
+    std::string message;
+};
+
 struct Command {
     CLI::App* subcommand = nullptr;
     /// Runs the command; returns the exit code. kvlnmov::Error escapes to the caller.

@@ -10,6 +10,58 @@
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/version.h"
 
+namespace {
+
+// Replaces "{name}" in `text` by `value`: the messages below are whole sentences with named
+// holes, so that a translation can put the holes where its language wants them.
+std::string withValue(std::string text, const std::string& name, const std::string& value) {
+    const std::string hole = "{" + name + "}";
+    if (const auto at = text.find(hole); at != std::string::npos)
+        text.replace(at, hole.size(), value);
+    return text;
+}
+
+std::string commandFailed(const std::string& command, const std::string& reason) {
+    return withValue(withValue("the {command} command failed: {reason}", "command", command), "reason",
+                reason);
+}
+
+// What the user reads first when the library or a provider raises an error: what could not
+// be done, then the error's own description. Its number and source follow on a line of
+// their own.
+std::string failureSentence(const std::string& command, const kvlnmov::Error& error) {
+    // The embedded provider names the file it cannot open and SQLite's reason:
+    // "Cannot open database 'PATH': REASON".
+    static const std::string openPrefix = "Cannot open database '";
+    const std::string& description = error.description();
+    if (description.rfind(openPrefix, 0) == 0) {
+        const auto end = description.rfind("': ");
+        if (end != std::string::npos && end >= openPrefix.size()) {
+            const std::string path =
+                description.substr(openPrefix.size(), end - openPrefix.size());
+            return withValue(withValue("cannot open the database \"{path}\": {reason}", "path", path),
+                        "reason", description.substr(end + 3));
+        }
+    }
+    std::string sentence;
+    if (command == "show") {
+        sentence = "cannot show the entry: {reason}";
+    } else if (command == "annul") {
+        sentence = "cannot annul the entry: {reason}";
+    } else if (command == "renumber") {
+        sentence = "cannot move the entry's lines: {reason}";
+    } else if (command == "post") {
+        sentence = "cannot post the entries: {reason}";
+    } else if (command == "reassign") {
+        sentence = "cannot move the lines to the new account: {reason}";
+    } else {
+        return commandFailed(command, description);
+    }
+    return withValue(sentence, "reason", description);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
     using namespace kvlnmov::cli;
     CLI::App app{"kvlnmov: the journal library's tool for company databases."};
@@ -43,20 +95,26 @@ int main(int argc, char** argv) {
         return kExitUsage;
     }
 
+    const Command* chosen = nullptr;
+    for (const Command& command : commands) {
+        if (command.subcommand->parsed()) chosen = &command;
+    }
+    if (!chosen) return kExitUsage;
+    const std::string name = chosen->subcommand->get_name();
     try {
-        for (const Command& command : commands) {
-            if (command.subcommand->parsed()) return command.run();
-        }
+        return chosen->run();
     } catch (const UsageError& error) {
         std::cerr << "kvlnmov: " << error.message << "\n";
         return kExitUsage;
+    } catch (const Refused& refusal) {
+        std::cerr << "kvlnmov: " << refusal.message << "\n";
+        return kExitFailure;
     } catch (const kvlnmov::Error& error) {
-        std::cerr << "Error " << error.number() << " (" << error.source()
-                  << "): " << error.description() << "\n";
+        std::cerr << "kvlnmov: " << failureSentence(name, error) << "\n"
+                  << "  (error " << error.number() << ", " << error.source() << ")\n";
         return kExitFailure;
     } catch (const std::exception& error) {
-        std::cerr << "Error: " << error.what() << "\n";
+        std::cerr << "kvlnmov: " << commandFailed(name, error.what()) << "\n";
         return kExitFailure;
     }
-    return kExitUsage;
 }

@@ -75,6 +75,7 @@ struct AnnulOptions {
     std::optional<int> user;
     std::optional<int> company;
     std::optional<int> exercise;
+    bool force = false;
 };
 
 int runAnnul(const AnnulOptions& options) {
@@ -83,8 +84,20 @@ int runAnnul(const AnnulOptions& options) {
     EmpresaContext& context = *opened.context;
     auto entry = entryHeader(opened, options.entry);
     if (!entry->Cargar()) {
-        throw UsageError{"entry " + std::to_string(options.entry) + " does not exist in " +
-                         companyExercise(context)};
+        throw Refused{"entry " + std::to_string(options.entry) + " does not exist in " +
+                      companyExercise(context)};
+    }
+    // An annulled header stays without lines: annulling it again would only add an empty
+    // backup and rewrite the mark.
+    if (entry->Nulo()) {
+        throw Refused{"entry " + std::to_string(options.entry) + " of " +
+                      companyExercise(context) + " is already annulled"};
+    }
+    // The opening entry carries the exercise's opening balances; it is only annulled on
+    // purpose.
+    if (options.entry == 0 && !options.force) {
+        throw Refused{"entry 0 is the opening entry of " + companyExercise(context) +
+                      " and is not annulled without --force"};
     }
     // The annulling user goes to the backup and to a header that stays; without --user the
     // header's own user is kept.
@@ -122,19 +135,27 @@ struct RenumberOptions {
 };
 
 int runRenumber(const RenumberOptions& options) {
+    if (options.from == options.to) {
+        throw Refused{"entry " + std::to_string(options.from) +
+                      " cannot be moved onto itself: OLD and NEW must differ"};
+    }
     CompanyDatabase opened =
         openCompanyDatabase(options.database, options.company, options.exercise, options.user);
     EmpresaContext& context = *opened.context;
     // The lines take the new entry's date from its header, which must therefore exist.
     auto target = entryHeader(opened, options.to);
     if (!target->Cargar()) {
-        throw UsageError{"entry " + std::to_string(options.to) + " has no header in " +
-                         companyExercise(context) +
-                         "; create it first: renumber moves the lines into an existing entry"};
+        throw Refused{"entry " + std::to_string(options.to) + " has no header in " +
+                      companyExercise(context) +
+                      "; create it first: renumber moves the lines into an existing entry"};
     }
     const std::int64_t lines =
         scalar(opened, "SELECT COUNT(*) FROM Movimientos" + whereCompanyExercise(context) +
                            " AND Cod_Asiento = " + sql::integer(options.from));
+    if (lines == 0) {
+        throw Refused{"entry " + std::to_string(options.from) + " has no lines in " +
+                      companyExercise(context) + "; there is nothing to move"};
+    }
 
     journalLine(opened)->Cambiar_Asiento(options.from, options.to);
 
@@ -203,6 +224,22 @@ int runReassign(const ReassignOptions& options) {
     if (reconciliation == 2) selection += " AND Punteo = 0";
     const std::int64_t lines = scalar(
         opened, "SELECT COUNT(*) FROM Movimientos" + whereCompanyExercise(context) + selection);
+    if (lines == 0) {
+        const std::string range = options.from + " to " + options.to;
+        const std::string dates = start.toIso() + " to " + end.toIso();
+        std::string message;
+        if (reconciliation == 1) {
+            message = "no reconciled line of accounts " + range + " is dated " + dates + " in " +
+                      companyExercise(context) + "; there is nothing to move";
+        } else if (reconciliation == 2) {
+            message = "no unreconciled line of accounts " + range + " is dated " + dates +
+                      " in " + companyExercise(context) + "; there is nothing to move";
+        } else {
+            message = "no line of accounts " + range + " is dated " + dates + " in " +
+                      companyExercise(context) + "; there is nothing to move";
+        }
+        throw Refused{message};
+    }
 
     journalLine(opened)->Cambiar_Cuenta(options.from, options.to, options.destination, start, end,
                                         reconciliation);
@@ -225,13 +262,16 @@ Command addAnnulCommand(CLI::App& app) {
         "Annul a posted entry: its lines, secondary lines and tax books are backed up\n"
         "(BakAnulado_* tables) and removed, and its amounts taken out of the balances. The\n"
         "header is deleted and its number given back when it was the last number given;\n"
-        "otherwise it stays, empty and marked annulled.");
+        "otherwise it stays, empty and marked annulled. An entry that does not exist or is\n"
+        "already annulled is refused (exit 1); so is the opening entry 0 without --force.");
     addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("ENTRY", options->entry, "Number of the entry to annul")->required();
     command
         ->add_option("--user", options->user,
                      "User who annuls (default: the user recorded on the header)")
         ->check(CLI::Range(0, 32767));
+    command->add_flag("--force", options->force,
+                      "Annul the opening entry 0 too (it carries the opening balances)");
     addCompanyExerciseOptions(command, options->company, options->exercise);
     return {command, [options] { return runAnnul(*options); }};
 }
@@ -242,7 +282,8 @@ Command addRenumberCommand(CLI::App& app) {
         "renumber",
         "Move every line of entry OLD to the existing entry NEW, which gives them its date:\n"
         "balances move to the new date's period; secondary lines, payment forecasts and,\n"
-        "when the company keeps the IGIC book (tax kind 1), its records follow.");
+        "when the company keeps the IGIC book (tax kind 1), its records follow.\n"
+        "OLD without lines, NEW without a header, or OLD equal to NEW is refused (exit 1).");
     addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("OLD", options->from, "Entry whose lines move")->required();
     command->add_option("NEW", options->to, "Entry that receives them (its header must exist)")
@@ -260,7 +301,7 @@ Command addReassignCommand(CLI::App& app) {
         "reassign",
         "Move the lines of the accounts --from..--to whose entries are dated --start..--end\n"
         "to account --dest, with their balances, IGIC book records (tax kind 1), secondary\n"
-        "lines and tax counterparts.");
+        "lines and tax counterparts. A selection without lines is refused (exit 1).");
     addDatabaseOptions(command, options->database, "Company database file");
     command->add_option("--from", options->from, "First account of the range")->required();
     command->add_option("--to", options->to, "Last account of the range")->required();

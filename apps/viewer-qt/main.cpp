@@ -1,6 +1,6 @@
 // kvlnmov-viewer DB ENTRY [--company N --exercise N], or kvlnmov-viewer --connection CS ENTRY:
 // shows one journal entry of a company database in the entry viewer form, opened the way an
-// application opens it, through frmclsAsientoVisor.
+// application opens it, through frmclsAsientoVisor (the opening entry 0 around it).
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -17,7 +17,7 @@
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/viewer/form_hook.h"
 #include "kvlnmov/version.h"
-#include "kvlnmov/viewer/frmcls_asiento_visor.h"
+#include "entry_launcher.h"
 #include "qt_form_hook.h"
 #include "qt_user_interface.h"
 
@@ -30,6 +30,13 @@ int positive(const QString& text, int max) {
     bool ok = false;
     const int value = text.toInt(&ok);
     return ok && value >= 1 && value <= max ? value : 0;
+}
+
+// An entry number in 0..max (0 is the opening entry), or -1 when the text is not one.
+int entryNumber(const QString& text, int max) {
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    return ok && value >= 0 && value <= max ? value : -1;
 }
 
 }  // namespace
@@ -47,7 +54,7 @@ int main(int argc, char** argv) {
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addPositionalArgument("DB", "Company database file (not with --connection)");
-    parser.addPositionalArgument("ENTRY", "Entry number");
+    parser.addPositionalArgument("ENTRY", "Entry number (0: the opening entry)");
     const QCommandLineOption companyOption("company", "Company code", "N");
     const QCommandLineOption exerciseOption("exercise", "Exercise code", "N");
     const QCommandLineOption connectionOption(
@@ -62,12 +69,12 @@ int main(int argc, char** argv) {
     const bool byConnection = parser.isSet(connectionOption);
     const qsizetype expected = byConnection ? 1 : 2;
     const int entry =
-        arguments.size() == expected ? positive(arguments[expected - 1], 2147483647) : 0;
+        arguments.size() == expected ? entryNumber(arguments[expected - 1], 2147483647) : -1;
     const int company =
         parser.isSet(companyOption) ? positive(parser.value(companyOption), 32767) : -1;
     const int exercise =
         parser.isSet(exerciseOption) ? positive(parser.value(exerciseOption), 32767) : -1;
-    if (arguments.size() != expected || entry == 0 || company == 0 || exercise == 0 ||
+    if (arguments.size() != expected || entry < 0 || company == 0 || exercise == 0 ||
         (company < 0) != (exercise < 0)) {
         std::cerr << "usage: kvlnmov-viewer DB ENTRY [--company N --exercise N]\n"
                      "       kvlnmov-viewer --connection CS ENTRY [--company N --exercise N]\n";
@@ -93,14 +100,12 @@ int main(int argc, char** argv) {
             std::tie(companyCode, exerciseCode) =
                 kvlnmov::EmpresaContext::singleCompanyExercise(connection);
 
-        kvlnmov::frmclsAsientoVisor visor;
-        visor.ConexionKavelon(connection);
-        visor.EmpresaKavelon(
-            std::make_shared<kvlnmov::EmpresaContext>(connection, companyCode, exerciseCode));
-        visor.Cod_Empresa(companyCode);
-        visor.Cod_Ejercicio(exerciseCode);
-        visor.Asiento(entry);
-        visor.Show(std::int16_t{1}, std::nullopt);
+        // The opening entry, 0, is opened around frmclsAsientoVisor, which refuses zero keys.
+        kvlnmov::viewer::EntryLauncher launcher(
+            connection,
+            std::make_shared<kvlnmov::EmpresaContext>(connection, companyCode, exerciseCode),
+            companyCode, exerciseCode, entry);
+        launcher.Show(std::int16_t{1});
     } catch (const kvlnmov::Error& error) {
         const std::string text = "Error " + std::to_string(error.number()) + " (" + error.source() +
                                  "): " + error.description();

@@ -145,7 +145,7 @@ TEST_F(ToolTest, ALibraryErrorHalfWayUndoesTheWholeFile) {
 
     ToolRun run = kvlnmov({"post", database_, write("entries.json", kTwoEntries)});
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_NE(run.err.find("(clsMov::Insertar): "), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(", clsMov::Insertar)\n"), std::string::npos) << run.err;
     EXPECT_NE(run.err.find("Nothing was posted"), std::string::npos) << run.err;
     EXPECT_EQ(count("SELECT COUNT(*) FROM Asientos"), 0);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Movimientos"), 0);

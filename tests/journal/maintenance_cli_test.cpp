@@ -72,7 +72,7 @@ TEST_F(MaintenanceCommandTest, AnnulMarksAnEntryInTheMiddleAndDeletesTheLastOne)
 
 TEST_F(MaintenanceCommandTest, AnnulRefusesAnEntryThatDoesNotExist) {
     CommandRun run = kvlnmov("annul", "7");
-    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err, "kvlnmov: entry 7 does not exist in company 1, exercise 2026\n");
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(number("SELECT COUNT(*) FROM BakAnulado_Asientos"), 0);
@@ -93,7 +93,7 @@ TEST_F(MaintenanceCommandTest, RenumberMovesTheLinesIntoAnExistingEntryOnly) {
     EXPECT_EQ(number("SELECT COUNT(*) FROM Movimientos WHERE Cod_Asiento = 3"), 4);
 
     CommandRun missing = kvlnmov("renumber", "2 9");
-    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_EQ(missing.exitCode, 1);
     EXPECT_EQ(missing.err,
               "kvlnmov: entry 9 has no header in company 1, exercise 2026; create it first: "
               "renumber moves the lines into an existing entry\n");
@@ -123,7 +123,8 @@ TEST_F(MaintenanceCommandTest, ReassignMovesTheSelectedLinesAndReportsLibraryErr
                                  "2025-12-31 --end 2026-12-31");
     EXPECT_EQ(outside.exitCode, 1);
     EXPECT_EQ(outside.err,
-              "Error 1000 (clsMov::Cambiar_Cuenta): Fecha inicial fuera de ejercicio contable\n");
+              "kvlnmov: cannot move the lines to the new account: Fecha inicial fuera de "
+              "ejercicio contable\n  (error 1000, clsMov::Cambiar_Cuenta)\n");
 
     struct Refused {
         const char* range;

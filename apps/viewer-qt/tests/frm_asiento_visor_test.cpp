@@ -18,6 +18,7 @@
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/core/user_interface.h"
 #include "kvlnmov/viewer/frmcls_asiento_visor.h"
+#include "entry_launcher.h"
 #include "qt_form_hook.h"
 
 namespace kvlnmov::viewer {
@@ -30,6 +31,8 @@ class FrmAsientoVisorTest : public QObject {
     void opensOnTheEntryAndLoadsBatchesWhenScrolledToTheEnd();
     void zeroKeyOpensNothing();
     void endingTheClassUnloadsTheForm();
+    void openingEntryZeroIsShownAroundTheClass();
+    void launcherOpensOtherEntriesThroughTheClass();
     void cleanupTestCase();
 
   private:
@@ -89,6 +92,22 @@ void FrmAsientoVisorTest::initTestCase() {
             std::to_string(n % 5 == 0 ? 1 : 0) + ")");
     }
     db_->CommitTrans();
+
+    // The opening entry, number 0: two balanced lines on the first day of the exercise.
+    db_->Execute(
+        "INSERT INTO Asientos (Cod_Empresa, Cod_Ejercicio, Codigo, Fecha, Cierre, Usuario) VALUES "
+        "(1, 2026, 0, '01/01/2026', 0, 0)");
+    for (const char* line :
+         {"(1, 2026, 0, 1, '01/01/2026', '57200001', '01/01/2026', 'Asiento de apertura', "
+          "'APERTURA', 1, 0, 600, 0, 0)",
+          "(1, 2026, 0, 2, '01/01/2026', '10000001', '01/01/2026', 'Asiento de apertura', "
+          "'APERTURA', 1, 0, 0, 600, 0)"}) {
+        db_->Execute(
+            std::string("INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento, "
+                        "Apunte, Fecha_Asiento, Cuenta, Fecha_Apunte, Concepto, Documento, "
+                        "Diario, Dpto, Debe, Haber, Punteo) VALUES ") +
+            line);
+    }
 
     context_ = std::make_shared<SettableContext>();
     context_->company = 1;
@@ -150,6 +169,9 @@ void FrmAsientoVisorTest::opensOnTheEntryAndLoadsBatchesWhenScrolledToTheEnd() {
     QCOMPARE(captions, (QStringList{"Ap.", "Cod. Cuenta", "Denominación de Cuenta", "Concepto",
                                     "Doc.", "Diario.", "Dpto.", "P", "Debe", "Haber"}));
     QCOMPARE(model->rowCount(), 200);
+    // Opening read one batch only: the rest waits for the grid to be scrolled.
+    QCOMPARE(int(form->view().rows().size()), 200);
+    QVERIFY(form->view().canFetchMore());
     QCOMPARE(model->data(model->index(0, 2)).toString(), QStringLiteral("Ventas de mercaderías"));
     QCOMPARE(model->data(model->index(0, 8)).toString(), QStringLiteral("20,00"));
     QCOMPARE(model->data(model->index(2, 2)).toString(), QString());  // 47700000: no name
@@ -208,6 +230,52 @@ void FrmAsientoVisorTest::endingTheClassUnloadsTheForm() {
     visor.reset();
     QVERIFY(!form.isNull() && !form->isVisible());
     QVERIFY(!form->isLoaded());
+    QTRY_VERIFY(form.isNull());
+}
+
+void FrmAsientoVisorTest::openingEntryZeroIsShownAroundTheClass() {
+    ui_->shown.clear();
+    QPointer<frmAsientoVisor> before(hook_->lastForm());
+    auto launcher = std::make_unique<EntryLauncher>(db_, context_, 1, 2026, 0);
+    launcher->Show(std::int16_t{0});
+    QVERIFY(ui_->shown.empty());
+    QVERIFY(hook_->lastForm() != before.data());
+    QPointer<frmAsientoVisor> form(formShown());
+    QVERIFY(form);
+    QCOMPARE(boxText(form, "txtAsiento"), QStringLiteral("0"));
+    QCOMPARE(boxText(form, "txtFecha"), QStringLiteral("01/01/2026"));
+    QCOMPARE(boxText(form, "txtTDebe"), QStringLiteral("600,00"));
+    QCOMPARE(boxText(form, "txtTHaber"), QStringLiteral("600,00"));
+    QCOMPARE(boxText(form, "txtDHaber"), QStringLiteral("0"));
+    QAbstractItemModel* model = form->findChild<QTableView*>("vsApuntes")->model();
+    QCOMPARE(model->rowCount(), 2);
+    QCOMPARE(model->data(model->index(0, 1)).toString(), QStringLiteral("57200001"));
+    QCOMPARE(model->data(model->index(0, 2)).toString(), QStringLiteral("Banco cuenta corriente"));
+    QCOMPARE(model->data(model->index(1, 9)).toString(), QStringLiteral("600,00"));
+
+    // Ending the launcher unloads its form, as the class does with its own.
+    launcher.reset();
+    QVERIFY(!form.isNull() && !form->isLoaded());
+    QTRY_VERIFY(form.isNull());
+}
+
+void FrmAsientoVisorTest::launcherOpensOtherEntriesThroughTheClass() {
+    ui_->shown.clear();
+    // A zero company still reaches the class, which shows its notice and opens nothing.
+    QPointer<frmAsientoVisor> before(hook_->lastForm());
+    EntryLauncher(db_, context_, 0, 2026, 0).Show(std::int16_t{0});
+    QCOMPARE(int(ui_->shown.size()), 1);
+    QCOMPARE(
+        QString::fromStdString(ui_->shown[0].text),
+        QStringLiteral("No es posible iniciar el visor, existe algún parámetro de entrada a 0."));
+    QCOMPARE(hook_->lastForm(), before.data());
+
+    EntryLauncher launcher(db_, context_, 1, 2026, 57);
+    launcher.Show(std::int16_t{0});
+    QPointer<frmAsientoVisor> form(formShown());
+    QVERIFY(form);
+    QCOMPARE(boxText(form, "txtAsiento"), QStringLiteral("57"));
+    form->close();
     QTRY_VERIFY(form.isNull());
 }
 
