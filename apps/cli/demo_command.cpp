@@ -236,12 +236,11 @@ int runDemo(const DatabaseArgument& database) {
               << "\n";
 
     std::istringstream chartText(kChart);
-    const PlacedChart chart =
-        placeChart(readChart(chartText, "the demo's chart"), parseLevels(setup.levels),
-                   "the demo's chart");
-    reportImport(std::cout, importChart(opened.connection, setup.company, setup.exercise, chart,
-                                        false),
-                 chart, setup.company, setup.exercise);
+    const PlacedChart chart = placeChart(readChart(chartText, "the demo's chart"),
+                                         parseLevels(setup.levels), "the demo's chart");
+    reportImport(std::cout,
+                 importChart(opened.connection, setup.company, setup.exercise, chart, false), chart,
+                 setup.company, setup.exercise);
     opened.connection->Execute(
         "INSERT INTO SGD_Usuarios (Codigo, Nombre, Alias, Password, AccesoCentral, ForzarPass) "
         "VALUES (1, 'Ana Morales', 'ana', 'demo', 1, 0)");

@@ -85,8 +85,8 @@ int runInit(const InitOptions& options) {
     // The chart is read and fitted to the levels before anything is created.
     std::optional<PlacedChart> chart;
     if (!options.chart.empty()) {
-        chart = placeChart(readChartFile(options.chart), parseLevels(options.levels),
-                           options.chart);
+        chart =
+            placeChart(readChartFile(options.chart), parseLevels(options.levels), options.chart);
     }
 
     CompanySetup setup;
@@ -111,9 +111,9 @@ int runInit(const InitOptions& options) {
     if (chart) {
         const auto progress = terminalProgress();
         try {
-            const ChartImport done = importChart(openExistingDatabase(options.database),
-                                                 options.company, options.exercise, *chart,
-                                                 false, progress);
+            const ChartImport done =
+                importChart(openExistingDatabase(options.database), options.company,
+                            options.exercise, *chart, false, progress);
             reportImport(std::cout, done, *chart, options.company, options.exercise);
         } catch (...) {
             if (progress) std::cerr << "\n";
