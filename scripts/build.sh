@@ -31,7 +31,8 @@ esac
 # unixodbc-dev, odbcinst and libsqliteodbc: the ODBC provider, and the SQLite ODBC driver the
 # test command runs the database suites through a second time.
 packages=(cmake g++ make pkg-config libsqlite3-dev nlohmann-json3-dev libcli11-dev libgtest-dev
-          qt6-base-dev unixodbc-dev odbcinst libsqliteodbc)
+          qt6-base-dev unixodbc-dev odbcinst libsqliteodbc
+          libcsv-dev)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||

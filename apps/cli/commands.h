@@ -85,5 +85,7 @@ Command addVerifyCommand(CLI::App& app);
 /// `kvlnmov reassign DB --from A --to B --dest D --start DATE --end DATE`: moves the lines of
 /// an account range to one account.
 Command addReassignCommand(CLI::App& app);
+/// `kvlnmov accounts import|list|add|rename DB ...`: the company's chart of accounts.
+Command addAccountsCommand(CLI::App& app);
 
 }  // namespace kvlnmov::cli

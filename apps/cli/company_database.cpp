@@ -97,8 +97,18 @@ std::vector<std::string> connectionTakesDatabasePlace(const CLI::App& app,
     for (const CLI::App* candidate : app.get_subcommands({})) {
         if (candidate->check_name(arguments[1])) command = candidate;
     }
+    // A command with commands of its own (`accounts import`): DB stands after the second name.
+    std::size_t place = 2;
+    if (command && !command->get_option_no_throw("--connection") && arguments.size() > 2) {
+        for (const CLI::App* candidate : command->get_subcommands({})) {
+            if (candidate->check_name(arguments[2])) {
+                command = candidate;
+                place = 3;
+            }
+        }
+    }
     if (!command || !command->get_option_no_throw("--connection")) return arguments;
-    for (std::size_t i = 2; i < arguments.size(); ++i) {
+    for (std::size_t i = place; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
         if (argument == "--") break;
         std::string value;
@@ -109,7 +119,7 @@ std::vector<std::string> connectionTakesDatabasePlace(const CLI::App& app,
         } else {
             continue;
         }
-        arguments.insert(arguments.begin() + 2, value);
+        arguments.insert(arguments.begin() + static_cast<std::ptrdiff_t>(place), value);
         break;
     }
     return arguments;

@@ -3,8 +3,10 @@
 
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 #include "books_report.h"
+#include "chart_file.h"
 #include "commands.h"
 #include "company_database.h"
 #include "kvlnmov/forecasts/cls_prev_pagos.h"
@@ -16,70 +18,66 @@ namespace kvlnmov::cli {
 
 namespace {
 
-struct NamedAccount {
-    const char* account;
-    const char* name;
-};
-
-// The demo's own small chart: summary accounts of 1 to 4 digits and posting accounts of 8.
-const NamedAccount kChart[] = {
-    {"1", "Financiación básica"},
-    {"10", "Capital"},
-    {"100", "Capital social"},
-    {"1000", "Capital social"},
-    {"10000001", "Capital social"},
-    {"4", "Acreedores y deudores"},
-    {"40", "Proveedores"},
-    {"400", "Proveedores"},
-    {"4000", "Proveedores"},
-    {"40000001", "Suministros Canarios, S.L."},
-    {"40000002", "Papelería Atlántica, S.A."},
-    {"41", "Acreedores varios"},
-    {"410", "Acreedores por prestaciones"},
-    {"4100", "Acreedores por prestaciones"},
-    {"41000001", "Asesoría Fiscal Martín"},
-    {"43", "Clientes"},
-    {"430", "Clientes"},
-    {"4300", "Clientes"},
-    {"43000001", "Hostelería del Puerto, S.L."},
-    {"43000002", "Comercial Rivera, S.A."},
-    {"43000003", "Clientes de contado"},
-    {"47", "Administraciones públicas"},
-    {"472", "H.P. IVA soportado"},
-    {"4720", "H.P. IVA soportado"},
-    {"47200010", "IVA soportado 10%"},
-    {"47200021", "IVA soportado 21%"},
-    {"475", "H.P. acreedora"},
-    {"4751", "H.P. acreedora por retenciones"},
-    {"47510001", "Retenciones IRPF profesionales"},
-    {"477", "H.P. IVA repercutido"},
-    {"4770", "H.P. IVA repercutido"},
-    {"47700010", "IVA repercutido 10%"},
-    {"47700021", "IVA repercutido 21%"},
-    {"5", "Cuentas financieras"},
-    {"57", "Tesorería"},
-    {"572", "Bancos"},
-    {"5720", "Bancos"},
-    {"57200001", "Banco Atlántico c/c"},
-    {"6", "Compras y gastos"},
-    {"60", "Compras"},
-    {"600", "Compras de mercaderías"},
-    {"6000", "Compras de mercaderías"},
-    {"60000001", "Compras de mercaderías"},
-    {"62", "Servicios exteriores"},
-    {"623", "Servicios de profesionales"},
-    {"6230", "Servicios de profesionales"},
-    {"62300001", "Asesoría fiscal y laboral"},
-    {"626", "Servicios bancarios"},
-    {"6260", "Servicios bancarios"},
-    {"62600001", "Comisiones bancarias"},
-    {"7", "Ventas e ingresos"},
-    {"70", "Ventas"},
-    {"700", "Ventas de mercaderías"},
-    {"7000", "Ventas de mercaderías"},
-    {"70000001", "Ventas tienda"},
-    {"70000002", "Ventas online"},
-};
+// The demo's own small chart, in the format `kvlnmov accounts import` reads: summary accounts of
+// 1 to 4 digits and posting accounts of 8, every account the demo posts to among them.
+const char* kChart = R"("cuenta";"descripcion";"cuentaesp"
+"1";"Financiación básica";""
+"10";"Capital";""
+"100";"Capital social";""
+"1000";"Capital social";""
+"10000001";"Capital social";""
+"4";"Acreedores y deudores";""
+"40";"Proveedores";""
+"400";"Proveedores";"PROVEE"
+"4000";"Proveedores";""
+"40000001";"Suministros Canarios, S.L.";""
+"40000002";"Papelería Atlántica, S.A.";""
+"41";"Acreedores varios";""
+"410";"Acreedores por prestaciones";"ACREED"
+"4100";"Acreedores por prestaciones";""
+"41000001";"Asesoría Fiscal Martín";""
+"43";"Clientes";""
+"430";"Clientes";"CLIENT"
+"4300";"Clientes";""
+"43000001";"Hostelería del Puerto, S.L.";""
+"43000002";"Comercial Rivera, S.A.";""
+"43000003";"Clientes de contado";""
+"47";"Administraciones públicas";""
+"472";"H.P. IVA soportado";"IVASOP"
+"4720";"H.P. IVA soportado";""
+"47200010";"IVA soportado 10%";""
+"47200021";"IVA soportado 21%";""
+"475";"H.P. acreedora";""
+"4751";"H.P. acreedora por retenciones";"IRPFPR"
+"47510001";"Retenciones IRPF profesionales";""
+"477";"H.P. IVA repercutido";"IVAREP"
+"4770";"H.P. IVA repercutido";""
+"47700010";"IVA repercutido 10%";""
+"47700021";"IVA repercutido 21%";""
+"5";"Cuentas financieras";""
+"57";"Tesorería";""
+"572";"Bancos";"BANCO"
+"5720";"Bancos";""
+"57200001";"Banco Atlántico c/c";""
+"6";"Compras y gastos";""
+"60";"Compras";""
+"600";"Compras de mercaderías";"COMPRA"
+"6000";"Compras de mercaderías";""
+"60000001";"Compras de mercaderías";""
+"62";"Servicios exteriores";""
+"623";"Servicios de profesionales";""
+"6230";"Servicios de profesionales";""
+"62300001";"Asesoría fiscal y laboral";""
+"626";"Servicios bancarios";""
+"6260";"Servicios bancarios";""
+"62600001";"Comisiones bancarias";""
+"7";"Ventas e ingresos";""
+"70";"Ventas";""
+"700";"Ventas de mercaderías";"VENTAS"
+"7000";"Ventas de mercaderías";""
+"70000001";"Ventas tienda";""
+"70000002";"Ventas online";""
+)";
 
 Currency euros(const char* text) { return *Currency::parse(text); }
 
@@ -237,12 +235,12 @@ int runDemo(const DatabaseArgument& database) {
               << "Company 1 '" << setup.name << "', exercise 2026, account levels " << setup.levels
               << "\n";
 
-    for (const NamedAccount& account : kChart) {
-        opened.connection->Execute(
-            std::string("INSERT INTO Cuentas (Cod_Empresa, Cod_Ejercicio, Cuenta, Nombre) "
-                        "VALUES (1, 2026, '") +
-            account.account + "', '" + account.name + "')");
-    }
+    std::istringstream chartText(kChart);
+    const PlacedChart chart = placeChart(readChart(chartText, "the demo's chart"),
+                                         parseLevels(setup.levels), "the demo's chart");
+    reportImport(std::cout,
+                 importChart(opened.connection, setup.company, setup.exercise, chart, false), chart,
+                 setup.company, setup.exercise);
     opened.connection->Execute(
         "INSERT INTO SGD_Usuarios (Codigo, Nombre, Alias, Password, AccesoCentral, ForzarPass) "
         "VALUES (1, 'Ana Morales', 'ana', 'demo', 1, 0)");
@@ -254,22 +252,16 @@ int runDemo(const DatabaseArgument& database) {
     // chart. Without it, the first opening or closing credit on an account would create the
     // account's row with the amount as it is (the library's long-standing behaviour, which
     // later credits then subtract from), and the opening column would not add up to zero.
-    for (const NamedAccount& account : kChart) {
-        std::string code = account.account;
-        std::string level = std::to_string(opened.context->Niveles());
-        for (std::int16_t i = 0; i < opened.context->Niveles(); ++i) {
-            if (static_cast<std::size_t>(opened.context->LongitudNivel(i)) == code.size()) {
-                level = std::to_string(i + 1);
-            }
-        }
+    for (const PlacedAccount& account : chart.accounts) {
+        const std::string level = std::to_string(account.level);
         opened.connection->Execute(
             "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel) VALUES (1, 2026, "
             "'" +
-            code + "', " + level + ")");
+            account.account + "', " + level + ")");
         opened.connection->Execute(
             "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, Nivel) VALUES "
             "(1, 2026, '" +
-            code + "', 0, " + level + ")");
+            account.account + "', 0, " + level + ")");
     }
 
     std::vector<DraftEntry> entries = demoEntries();

@@ -3,9 +3,11 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <system_error>
 
+#include "chart_file.h"
 #include "commands.h"
 #include "company_database.h"
 #include "kvlnmov/db/open.h"
@@ -25,6 +27,7 @@ struct InitOptions {
     int numbering = 0;
     int tax = 0;
     std::string name = "Empresa demo";
+    std::string chart;
 };
 
 Date parseDate(const std::string& text, const char* option) {
@@ -79,6 +82,12 @@ int runInit(const InitOptions& options) {
             from.toIso() + " to " + to.toIso() + " spans " + std::to_string(months) + " months"};
     }
     checkLevels(options.levels);
+    // The chart is read and fitted to the levels before anything is created.
+    std::optional<PlacedChart> chart;
+    if (!options.chart.empty()) {
+        chart =
+            placeChart(readChartFile(options.chart), parseLevels(options.levels), options.chart);
+    }
 
     CompanySetup setup;
     setup.path = options.database.file;
@@ -99,6 +108,20 @@ int runInit(const InitOptions& options) {
               << options.exercise << " from " << from.toIso() << " to " << to.toIso()
               << " (open), account levels " << options.levels << ", numbering scheme "
               << options.numbering << ", tax kind " << options.tax << ".\n";
+    if (chart) {
+        const auto progress = terminalProgress();
+        try {
+            const ChartImport done =
+                importChart(openExistingDatabase(options.database), options.company,
+                            options.exercise, *chart, false, progress);
+            reportImport(std::cout, done, *chart, options.company, options.exercise);
+        } catch (...) {
+            if (progress) std::cerr << "\n";
+            std::cerr << "The database was created but its chart is empty: import it again "
+                         "with kvlnmov accounts import.\n";
+            throw;
+        }
+    }
     return kExitOk;
 }
 
@@ -141,6 +164,9 @@ Command addInitCommand(CLI::App& app) {
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
     command->add_option("--name", options->name, "Company name")->capture_default_str();
+    command->add_option("--chart", options->chart,
+                        "Chart of accounts file to import into the new company (as kvlnmov "
+                        "accounts import reads it)");
     return Command{command, [options] { return runInit(*options); }};
 }
 

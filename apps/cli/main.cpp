@@ -80,6 +80,7 @@ int main(int argc, char** argv) {
         addShowCommand(app),     addAnnulCommand(app),   addRenumberCommand(app),
         addReassignCommand(app), addVerifyCommand(app),  addSqlCommand(app),
         addRunCommand(app),
+        addAccountsCommand(app),
     };
 
     try {

@@ -120,7 +120,8 @@ std::vector<Table> buildTables() {
                            {"Cod_Empresa", "Cod_Ejercicio"}));
     tables.push_back(table("Cuentas",
                            {col("Cod_Empresa", kSmallInt), col("Cod_Ejercicio", kSmallInt),
-                            col("Cuenta", varchar(20)), col("Nombre", varchar(100))},
+                            col("Cuenta", varchar(20)), col("Nombre", varchar(255)),
+                            col("Especial", varchar(10))},
                            {"Cod_Empresa", "Cod_Ejercicio", "Cuenta"}));
     tables.push_back(
         table("Conceptos",

@@ -181,7 +181,8 @@ TEST(SqliteScript, TextsCompareWithoutCaseAndKeysRefuseDuplicatesAndNulls) {
                   "    Cod_Empresa SMALLINT NOT NULL,\n"
                   "    Cod_Ejercicio SMALLINT NOT NULL,\n"
                   "    Cuenta VARCHAR(20) COLLATE NOCASE NOT NULL,\n"
-                  "    Nombre VARCHAR(100) COLLATE NOCASE,\n"
+                  "    Nombre VARCHAR(255) COLLATE NOCASE,\n"
+                  "    Especial VARCHAR(10) COLLATE NOCASE,\n"
                   "    CONSTRAINT PK_Cuentas PRIMARY KEY (Cod_Empresa, Cod_Ejercicio, Cuenta)\n"
                   ")"});
 }
