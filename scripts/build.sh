@@ -32,6 +32,8 @@ esac
 # test command runs the database suites through a second time.
 packages=(cmake g++ make pkg-config libsqlite3-dev nlohmann-json3-dev libcli11-dev libgtest-dev
           qt6-base-dev unixodbc-dev odbcinst libsqliteodbc)
+# gettext: msgfmt compiles the tool's message catalogues (po/*.po); xgettext checks them.
+packages+=(gettext)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||
