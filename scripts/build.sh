@@ -33,6 +33,8 @@ esac
 packages=(cmake g++ make pkg-config libsqlite3-dev nlohmann-json3-dev libcli11-dev libgtest-dev
           qt6-base-dev unixodbc-dev odbcinst libsqliteodbc
           libcsv-dev)
+# gettext: msgfmt compiles the tool's message catalogues (po/*.po); xgettext checks them.
+packages+=(gettext)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" ||

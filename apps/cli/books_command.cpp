@@ -12,10 +12,11 @@
 #include "books_report.h"
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
+#include "kvlnmov/core/empresa_context.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/currency.h"
-#include "kvlnmov/core/empresa_context.h"
 #include "text_table.h"
 
 namespace kvlnmov::cli {
@@ -31,21 +32,16 @@ struct BooksOptions {
 // A text column: Null shows as nothing.
 std::string text(const Variant& value) { return value.isNull() ? std::string() : value.toText(); }
 
-// An amount with at least two decimals ("300.00", "1.50", "0.7175").
-std::string money(Currency amount) {
-    std::string out = amount.toString();
-    const auto point = out.find('.');
-    if (point == std::string::npos) return out + ".00";
-    if (out.size() - point == 2) out += '0';
-    return out;
-}
+// An amount with at least two decimals, in the regional form ("300,00", "1.210,50",
+// "0,7175").
+std::string money(Currency amount) { return amountText(amount); }
 
 std::string money(const Variant& value) {
     return money(value.isNull() ? Currency() : value.toCurrency());
 }
 
 std::string date(const Variant& value) {
-    return value.isNull() ? std::string() : value.toDate().toIso();
+    return value.isNull() ? std::string() : dateText(value.toDate());
 }
 
 std::string number(const Variant& value) {
@@ -55,20 +51,22 @@ std::string number(const Variant& value) {
 std::string bookName(std::int32_t libro) {
     switch (libro) {
         case 1:
-            return "received";
+            return _("received");
         case 2:
-            return "issued";
+            return _("issued");
         case 3:
-            return "capital goods";
+            return _("capital goods");
         default:
-            return "book " + std::to_string(libro);
+            return format(_("book %d"), libro);
     }
 }
 
 // One invoice book (`Igic` or `Iva` with its `_Lineas` table): totals by book kind and rate,
-// then each record with the sums of its rate lines.
-void printBook(std::ostream& out, const db::ConnectionRef& connection, const std::string& title,
-               const std::string& table, std::int16_t company, std::int16_t exercise) {
+// then each record with the sums of its rate lines. `title` heads it; `empty` is the line
+// printed instead when it has no records.
+void printBook(std::ostream& out, const db::ConnectionRef& connection, const char* title,
+               const char* empty, const std::string& table, std::int16_t company,
+               std::int16_t exercise) {
     const std::string where = " WHERE Cod_Empresa = " + std::to_string(company) +
                               " AND Cod_Ejercicio = " + std::to_string(exercise);
     std::map<std::int32_t, std::pair<Currency, Currency>> recordTotals;
@@ -82,9 +80,16 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
     }
     lines.Close();
 
-    TextTable records({"Apunte", "Fecha", "Book", "Cuenta", "Documento", "Asiento", "Nombre", "Nif",
-                       "Base", "Tax"},
-                      {true, false, false, false, false, true, false, false, true, true});
+    TextTable records({{_("Line"), true},
+                       {_("Date"), false},
+                       {_("Book"), false},
+                       {_("Account"), false},
+                       {_("Document"), false},
+                       {_("Entry"), true},
+                       {_("Name"), false},
+                       {_("Tax ID"), false},
+                       {_("Base"), true},
+                       {_("Tax"), true}});
     db::Recordset headers;
     headers.Open("SELECT Apunte, Fecha, Libro, Cuenta, Documento, Asiento, Nombre, Nif FROM " +
                      table + where + " ORDER BY Fecha, Apunte",
@@ -102,12 +107,15 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
     headers.Close();
 
     if (records.empty()) {
-        out << title << " (table " << table << "): no records\n";
+        out << empty << "\n";
         return;
     }
-    out << title << " (table " << table << ")\n";
-    TextTable totals({"Book", "Rate", "Base", "Tax", "Deductible"},
-                     {false, true, true, true, true});
+    out << title << "\n";
+    TextTable totals({{_("Book"), false},
+                      {_("Rate"), true},
+                      {_("Base"), true},
+                      {_("Tax"), true},
+                      {_("Deductible"), true}});
     db::Recordset rates;
     rates.Open(
         "SELECT h.Libro, l.Tipo, SUM(l.Base) AS Base, SUM(l.Cuota) AS Cuota, "
@@ -125,19 +133,24 @@ void printBook(std::ostream& out, const db::ConnectionRef& connection, const std
                     money(rates.Fields("Deducible"))});
     }
     rates.Close();
-    out << "  Totals by book and rate:\n";
+    out << "  " << _("Totals by book and rate:") << "\n";
     totals.print(out, "    ");
-    out << "  Records:\n";
+    out << "  " << _("Records:") << "\n";
     records.print(out, "    ");
 }
 
-// The open forecasts (state 0) of one forecast table by due date, with their total.
-void printForecasts(std::ostream& out, const db::ConnectionRef& connection,
-                    const std::string& title, const std::string& table,
-                    const std::string& methodColumn, std::int16_t company) {
-    TextTable forecasts(
-        {"Vencimiento", "Apunte", "Cuenta", "Documento", "Banco", "Forma", "Importe"},
-        {false, true, false, false, false, true, true});
+// The open forecasts (state 0) of one forecast table by due date, with their total. `title`
+// heads them; `none` is the line printed instead when there are none.
+void printForecasts(std::ostream& out, const db::ConnectionRef& connection, const char* title,
+                    const char* none, const std::string& table, const std::string& methodColumn,
+                    std::int16_t company) {
+    TextTable forecasts({{_("Due date"), false},
+                         {_("Line"), true},
+                         {_("Account"), false},
+                         {_("Document"), false},
+                         {_("Bank"), false},
+                         {_("Method"), true},
+                         {_("Amount"), true}});
     Currency total;
     db::Recordset rows;
     rows.Open("SELECT Apunte, Fecha_Vto, Cuenta, Documento, Banco, " + methodColumn +
@@ -153,17 +166,17 @@ void printForecasts(std::ostream& out, const db::ConnectionRef& connection,
     }
     rows.Close();
     if (forecasts.empty()) {
-        out << title << ": none\n";
+        out << none << "\n";
         return;
     }
-    out << title << ":\n";
+    out << title << "\n";
     forecasts.print(out, "  ");
-    out << "  Total: " << money(total) << "\n";
+    out << "  " << format(_("Total: %s"), money(total).c_str()) << "\n";
 }
 
 int runBooks(const BooksOptions& options) {
     if ((options.company == 0) != (options.exercise == 0))
-        throw UsageError{"give --company and --exercise together"};
+        throw UsageError{_("give --company and --exercise together")};
     std::optional<int> company;
     std::optional<int> exercise;
     if (options.company != 0) {
@@ -178,16 +191,22 @@ int runBooks(const BooksOptions& options) {
 }  // namespace
 
 void printBooks(std::ostream& out, const db::ConnectionRef& connection, cEmpresa& context) {
-    out << "Company " << context.Cod_Empresa() << ", exercise " << context.Cod_Ejercicio() << " ("
-        << context.FechaInicio().toIso() << " to " << context.FechaFin().toIso() << ")\n\n";
-    printBook(out, connection, "IGIC book", "Igic", context.Cod_Empresa(), context.Cod_Ejercicio());
+    out << format(_("Company %d, exercise %d (%s to %s)"), context.Cod_Empresa(),
+                  context.Cod_Ejercicio(), dateText(context.FechaInicio()).c_str(),
+                  dateText(context.FechaFin()).c_str())
+        << "\n\n";
+    printBook(out, connection, _("IGIC book (table Igic)"), _("IGIC book (table Igic): no records"),
+              "Igic", context.Cod_Empresa(), context.Cod_Ejercicio());
     out << "\n";
-    printBook(out, connection, "VAT book", "Iva", context.Cod_Empresa(), context.Cod_Ejercicio());
+    printBook(out, connection, _("VAT book (table Iva)"), _("VAT book (table Iva): no records"),
+              "Iva", context.Cod_Empresa(), context.Cod_Ejercicio());
     out << "\n";
-    printForecasts(out, connection, "Open payment forecasts by due date", "Previsiones_Pago",
-                   "FormaPago", context.Cod_Empresa());
+    printForecasts(out, connection, _("Open payment forecasts by due date:"),
+                   _("Open payment forecasts by due date: none"), "Previsiones_Pago", "FormaPago",
+                   context.Cod_Empresa());
     out << "\n";
-    printForecasts(out, connection, "Open collection forecasts by due date", "Previsiones_Cobro",
+    printForecasts(out, connection, _("Open collection forecasts by due date:"),
+                   _("Open collection forecasts by due date: none"), "Previsiones_Cobro",
                    "FormaCobro", context.Cod_Empresa());
 }
 
@@ -195,13 +214,14 @@ Command addBooksCommand(CLI::App& app) {
     auto options = std::make_shared<BooksOptions>();
     CLI::App* command = app.add_subcommand(
         "books",
-        "List the IGIC and VAT invoice books of a company and exercise (totals by book and\n"
-        "rate, then each record with the sums of its rate lines) and the open payment and\n"
-        "collection forecasts (state 0) by due date. Without --company and --exercise the\n"
-        "database must hold exactly one exercise.");
-    addDatabaseOptions(command, options->database, "Database file (must exist)");
-    command->add_option("--company", options->company, "Company code")->check(CLI::Range(1, 32767));
-    command->add_option("--exercise", options->exercise, "Exercise code")
+        _("List the IGIC and VAT invoice books of a company and exercise (totals by book and\n"
+          "rate, then each record with the sums of its rate lines) and the open payment and\n"
+          "collection forecasts (state 0) by due date. Without --company and --exercise the\n"
+          "database must hold exactly one exercise."));
+    addDatabaseOptions(command, options->database, _("Database file (must exist)"));
+    command->add_option("--company", options->company, _("Company code"))
+        ->check(CLI::Range(1, 32767));
+    command->add_option("--exercise", options->exercise, _("Exercise code"))
         ->check(CLI::Range(1, 32767));
     return Command{command, [options] { return runBooks(*options); }};
 }

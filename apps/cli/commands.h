@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "i18n.h"
+
 namespace kvlnmov::cli {
 
 /// Exit codes: success, a failure while running (a provider error), bad arguments.
@@ -40,15 +42,16 @@ struct DatabaseArgument {
     std::string file;
     std::string connection;
     /// The database as messages name it.
-    std::string name() const { return connection.empty() ? file : "the connection's database"; }
+    std::string name() const { return connection.empty() ? file : _("the connection's database"); }
 };
 
 /// Adds DB and --connection to a command; returns DB, which is required. `purpose` ends the
 /// connection option's help. `--connection CS` takes DB's place on the command line (see
 /// connectionTakesDatabasePlace), so the arguments after DB keep their places.
+/// Both texts are given in the tool's language (through _()).
 CLI::Option* addDatabaseOptions(CLI::App* command, DatabaseArgument& database,
                                 const std::string& fileHelp,
-                                const std::string& purpose = "the database instead of a file");
+                                const std::string& purpose = _("the database instead of a file"));
 
 /// The command line with the value of a command's `--connection` also put where DB stands
 /// (right after the command's name), for the commands of `app` that have --connection.

@@ -3,9 +3,10 @@
 #include <filesystem>
 
 #include "commands.h"
-#include "kvlnmov/db/open.h"
-#include "kvlnmov/core/library.h"
+#include "i18n.h"
 #include "kvlnmov/core/company_seed.h"
+#include "kvlnmov/core/library.h"
+#include "kvlnmov/db/open.h"
 
 namespace kvlnmov::cli {
 
@@ -36,8 +37,9 @@ void createCompanyDatabase(const CompanySetup& setup) {
     const bool existed = std::filesystem::exists(setup.path, error);
     if (existed && (!std::filesystem::is_regular_file(setup.path, error) ||
                     std::filesystem::file_size(setup.path, error) > 0)) {
-        throw UsageError{"'" + setup.path +
-                         "' already exists and is not empty; give the name of a new file"};
+        throw UsageError{format(_("'%s' already exists and is not empty; give the name of a "
+                                  "new file"),
+                                setup.path.c_str())};
     }
     try {
         auto connection = db::openConnection("Provider=SQLite;Data Source=" + setup.path);
@@ -56,8 +58,8 @@ db::ConnectionRef openExistingDatabase(const DatabaseArgument& database) {
     if (!database.connection.empty()) return db::openConnection(database.connection);
     // The embedded provider creates a missing file: it is looked for first.
     if (!std::filesystem::is_regular_file(database.file)) {
-        throw UsageError{"'" + database.file +
-                         "' is not a database file (create one with kvlnmov init)"};
+        throw UsageError{format(_("'%s' is not a database file (create one with kvlnmov init)"),
+                                database.file.c_str())};
     }
     return db::openConnection("Provider=SQLite;Data Source=" + database.file);
 }
@@ -82,11 +84,12 @@ CompanyDatabase openCompanyDatabase(const DatabaseArgument& database, std::optio
 CLI::Option* addDatabaseOptions(CLI::App* command, DatabaseArgument& database,
                                 const std::string& fileHelp, const std::string& purpose) {
     CLI::Option* file = command->add_option("DB", database.file, fileHelp)->required();
-    command->add_option("--connection", database.connection,
-                        "Connection string of " + purpose +
-                            " (it also stands for DB), as \"DSN=Libros;UID=...;PWD=...\" or "
-                            "\"Driver={ODBC Driver 18 for SQL Server};Server=...;Database=...;"
-                            "UID=...;PWD=...\"");
+    command->add_option(
+        "--connection", database.connection,
+        format(_("Connection string of %s (it also stands for DB), as \"DSN=Libros;UID=...;"
+                 "PWD=...\" or \"Driver={ODBC Driver 18 for SQL Server};Server=...;"
+                 "Database=...;UID=...;PWD=...\""),
+               purpose.c_str()));
     return file;
 }
 

@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
 #include "kvlnmov/core/library.h"
 #include "posting_file.h"
 #include "trial_balance.h"
@@ -177,9 +178,9 @@ int runBalance(const BalanceOptions& options) {
 void addCompanyOptions(CLI::App* command, std::optional<int>& company,
                        std::optional<int>& exercise) {
     command->add_option("--company", company,
-                        "Company code (default: the database's only company)");
+                        _("Company code (default: the database's only company)"));
     command->add_option("--exercise", exercise,
-                        "Exercise code (default: the database's only exercise)");
+                        _("Exercise code (default: the database's only exercise)"));
 }
 
 }  // namespace
@@ -256,16 +257,19 @@ Command addBalanceCommand(CLI::App& app) {
     auto options = std::make_shared<BalanceOptions>();
     CLI::App* command = app.add_subcommand(
         "balance",
-        "Print the trial balance from the running balances: opening, debits, credits, closing "
-        "and balance per account of one level of the chart.");
-    addDatabaseOptions(command, options->database, "Company database file");
+        _("Print the trial balance from the running balances, one line per account of one\n"
+          "level of the chart: the opening balance, the debits and credits of the period, what\n"
+          "the closing entries posted (debit minus credit) and the balance (opening + debit -\n"
+          "credit + closing entry)."));
+    addDatabaseOptions(command, options->database, _("Company database file"));
     addCompanyOptions(command, options->company, options->exercise);
     command->add_option("--level", options->report.level,
-                        "Chart level, 1 for the shortest accounts (default: posting accounts)");
-    command->add_option("--dpto", options->report.department, "Only this department")
+                        _("Chart level, 1 for the shortest accounts (default: posting accounts)"));
+    command->add_option("--dpto", options->report.department, _("Only this department"))
         ->check(CLI::Range(0, 32767));
     command->add_flag("--periods", options->report.periods,
-                      "Also show debit and credit of every period");
+                      _("Then list every account's debits and credits month by month, one line "
+                        "per account and month with movement"));
     return {command, [options] { return runBalance(*options); }};
 }
 

@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
 #include "kvlnmov/frame/error.h"
 #include "kvlnmov/version.h"
 
@@ -64,7 +65,8 @@ std::string failureSentence(const std::string& command, const kvlnmov::Error& er
 
 int main(int argc, char** argv) {
     using namespace kvlnmov::cli;
-    CLI::App app{"kvlnmov: the journal library's tool for company databases."};
+    initLanguage();
+    CLI::App app{_("kvlnmov: the journal library's tool for company databases.")};
     app.require_subcommand(1);
     const std::string version = std::string("kvlnmov ") + KVLNMOV_VERSION_STRING;
     app.set_version_flag("--version", version);

@@ -8,7 +8,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -28,9 +31,28 @@ inline std::string fileContents(const std::string& file) {
     return text.str();
 }
 
-/// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err.
+/// Changes to the environment a tool runs in: a variable set to a value, or removed (nullopt).
+using EnvironmentChanges = std::map<std::string, std::optional<std::string>>;
+
+/// This process's environment with `changes` made, as "NAME=value" entries.
+inline std::vector<std::string> changedEnvironment(const EnvironmentChanges& changes) {
+    std::vector<std::string> entries;
+    for (char** entry = environ; *entry; ++entry) {
+        const char* equals = std::strchr(*entry, '=');
+        const std::string name(
+            *entry, equals ? static_cast<std::size_t>(equals - *entry) : std::strlen(*entry));
+        if (!changes.count(name)) entries.emplace_back(*entry);
+    }
+    for (const auto& [name, value] : changes) {
+        if (value) entries.push_back(name + "=" + *value);
+    }
+    return entries;
+}
+
+/// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err, in this
+/// process's environment with `environment` changes made.
 inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
-                       const std::string& capturePrefix) {
+                       const std::string& capturePrefix, const EnvironmentChanges& environment) {
     const std::string out = capturePrefix + ".out";
     const std::string err = capturePrefix + ".err";
     arguments.insert(arguments.begin(), tool);
@@ -44,7 +66,12 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
     posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t child = 0;
     ToolRun run;
-    const int spawned = posix_spawn(&child, tool.c_str(), &files, nullptr, argv.data(), environ);
+    std::vector<std::string> variables = changedEnvironment(environment);
+    std::vector<char*> envp;
+    for (std::string& variable : variables) envp.push_back(variable.data());
+    envp.push_back(nullptr);
+    const int spawned =
+        posix_spawn(&child, tool.c_str(), &files, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&files);
     if (spawned != 0) return run;
     int status = 0;
@@ -53,6 +80,12 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
     run.out = fileContents(out);
     run.err = fileContents(err);
     return run;
+}
+
+/// Runs `tool arguments...` in this process's environment, as a user runs it.
+inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
+                       const std::string& capturePrefix) {
+    return runTool(tool, std::move(arguments), capturePrefix, {});
 }
 
 }  // namespace kvlnmov::testing

@@ -35,6 +35,15 @@ class ToolFixture : public ::testing::Test {
         return run;
     }
 
+    /// Runs the tool with `arguments` in this process's environment with `environment`
+    /// changes made (a language, a variable removed).
+    ToolRun kvlnmov(const EnvironmentChanges& environment, std::vector<std::string> arguments) {
+        ToolRun run =
+            runTool(KVLNMOV_CLI, std::move(arguments), (folder_ / "run").string(), environment);
+        EXPECT_NE(run.exitCode, -1) << "cannot start " << KVLNMOV_CLI;
+        return run;
+    }
+
     std::filesystem::path folder_;
     std::string database_;
 };
