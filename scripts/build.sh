@@ -31,6 +31,7 @@ esac
 # unixodbc-dev, odbcinst and libsqliteodbc: the ODBC provider, and the SQLite ODBC driver the
 # test command runs the database suites through a second time.
 packages=(cmake g++ make pkg-config libsqlite3-dev nlohmann-json3-dev libcli11-dev libgtest-dev
+          libedit-dev
           qt6-base-dev unixodbc-dev odbcinst libsqliteodbc)
 missing=()
 for package in "${packages[@]}"; do
