@@ -28,9 +28,10 @@ inline std::string fileContents(const std::string& file) {
     return text.str();
 }
 
-/// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err.
+/// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err. Its standard
+/// input is the file `inputFile`, or the caller's own when none is given.
 inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
-                       const std::string& capturePrefix) {
+                       const std::string& capturePrefix, const std::string& inputFile = {}) {
     const std::string out = capturePrefix + ".out";
     const std::string err = capturePrefix + ".err";
     arguments.insert(arguments.begin(), tool);
@@ -40,6 +41,9 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
 
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
+    if (!inputFile.empty()) {
+        posix_spawn_file_actions_addopen(&files, 0, inputFile.c_str(), O_RDONLY, 0);
+    }
     posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t child = 0;
