@@ -35,12 +35,13 @@ bool StatementRunner::run(const db::ScriptStatement& statement, int line) {
     // Printed once the statement has run, so that a blank line goes only between two
     // statements' outputs (in CSV, a statement that changes rows prints nothing).
     std::ostringstream result;
+    ++tried_;
     try {
         runAndPrint(connection_, statement.text, form_, result);
     } catch (const Error& error) {
         errors_ << "Error " << error.number() << " (" << error.source()
                 << "): " << error.description() << "\n";
-        errors_ << "kvlnmov: statement " << ran_ + 1 << " (line " << line
+        errors_ << "kvlnmov: statement " << tried_ << " (line " << line
                 << ") failed: " << firstLine(statement.text) << "\n";
         rollback();
         return false;

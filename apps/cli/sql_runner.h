@@ -41,6 +41,7 @@ class StatementRunner {
     std::ostream& errors_;
     bool open_ = false;
     int ran_ = 0;
+    int tried_ = 0;  ///< the statements run so far, failed ones too: a statement's number
     bool printed_ = false;
 };
 

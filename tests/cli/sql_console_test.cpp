@@ -398,6 +398,16 @@ TEST_F(SqlConsoleTest, TheConsolePromptsRunsATwoLineStatementAndKeepsItsHistory)
              readUntil(terminal, shown, mark, "kvlnmov> ");
         EXPECT_TRUE(ok) << shown;
     }
+    // A failure is printed, numbered among the statements typed, and the console goes on.
+    mark = shown.size();
+    if (ok) {
+        type("SELECT Nada FROM NoSuchTable;\r");
+        ok = readUntil(terminal, shown, mark,
+                       "kvlnmov: statement 2 (line 3) failed: SELECT Nada ") &&
+             readUntil(terminal, shown, mark, "kvlnmov> ");
+        EXPECT_TRUE(ok) << shown;
+        EXPECT_NE(shown.find("Invalid object name 'NoSuchTable'.", mark), std::string::npos);
+    }
     if (ok) type("\x04");  // Ctrl-D: end of input
     int status = 0;
     std::string rest;
@@ -412,8 +422,7 @@ TEST_F(SqlConsoleTest, TheConsolePromptsRunsATwoLineStatementAndKeepsItsHistory)
     // libedit keeps one line per entry, blanks written as \040.
     const std::string history = fileContents((folder_ / ".kvlnmov_history").string());
     EXPECT_NE(history.find("\nDELETE\\040FROM\\040Conceptos\n"), std::string::npos) << history;
-    EXPECT_NE(history.find("\n\\040\\040WHERE\\040Codigo\\040=\\040'VTA';\n"),
-              std::string::npos)
+    EXPECT_NE(history.find("\n\\040\\040WHERE\\040Codigo\\040=\\040'VTA';\n"), std::string::npos)
         << history;
 }
 
