@@ -369,7 +369,130 @@ bool readUntil(int terminal, std::string& shown, std::size_t from, const std::st
     return true;
 }
 
-TEST_F(SqlConsoleTest, TheConsolePromptsRunsATwoLineStatementAndKeepsItsHistory) {
+/// Reads what the terminal shows until the program closes it; false when it stays silent for
+/// a long while instead (the program waits for input it will never get).
+bool readUntilClosed(int terminal) {
+    for (;;) {
+        pollfd ready{terminal, POLLIN, 0};
+        if (poll(&ready, 1, 30000) <= 0) return false;
+        char buffer[512];
+        if (read(terminal, buffer, sizeof buffer) <= 0) return true;
+    }
+}
+
+/// One thing typed at the console and what the terminal shows after it, in order.
+struct TerminalStep {
+    std::string keys;
+    std::vector<std::string> shows;
+};
+
+struct TerminalCase {
+    const char* name;
+    std::vector<std::string> arguments;
+    std::vector<TerminalStep> steps;
+    int exitCode;
+    std::vector<std::pair<std::string, std::string>> after;
+};
+
+const char* kPromptShown = "kvlnmov> ";
+const char* kGoesOnShown = "    -> ";
+
+const std::vector<TerminalCase> kTerminalCases = {
+    {"a two-line statement after the prompts; a failure is numbered and the console goes on",
+     {},
+     {{"", {kPromptShown}},
+      {"DELETE FROM Conceptos\r", {kGoesOnShown}},
+      {"  WHERE Codigo = 'VTA';\r", {"(1 row affected)", kPromptShown}},
+      {"SELECT Nada FROM NoSuchTable;\r",
+       {"Invalid object name 'NoSuchTable'.",
+        "kvlnmov: statement 2 (line 3) failed: SELECT Nada FROM NoSuchTable", kPromptShown}},
+      {"SELECT COUNT(*) AS n FROM Conceptos\r", {kGoesOnShown}},
+      {"GO\r", {"n\r\n-\r\n2\r\n(1 row)", kPromptShown}},
+      {"\x04", {}}},
+     0,
+     {{kCount, "2"}, {kCodes, "CN-"}}},
+    {"an unfinished statement at Ctrl-D is not run",
+     {},
+     {{"", {kPromptShown}},
+      {"DELETE FROM Conceptos\r", {kGoesOnShown}},
+      {"\x04", {"kvlnmov: the input ended inside an unfinished statement, which was not run."}}},
+     1,
+     {{kCount, "3"}}},
+    {"--transaction: a failure rolls back what was typed before it and ends the console",
+     {"--transaction"},
+     {{"", {kPromptShown}},
+      {"DELETE FROM Conceptos WHERE Codigo = 'VTA';\r", {"(1 row affected)", kPromptShown}},
+      {"INSERT INTO Conceptos (Codigo, Nombre) VALUES ('NOM', 'again');\r",
+       {"kvlnmov: statement 2 (line 2) failed: INSERT INTO Conceptos",
+        "kvlnmov: the transaction was rolled back; no statement's change was kept."}}},
+     1,
+     {{kCount, "3"}, {kCodes, "CNV"}}},
+    {"--transaction: quit commits what was typed",
+     {"--transaction"},
+     {{"", {kPromptShown}},
+      {"DELETE FROM Conceptos WHERE Codigo = 'VTA';\r", {"(1 row affected)", kPromptShown}},
+      {"quit\r", {}}},
+     0,
+     {{kCount, "2"}, {kCodes, "CN-"}}},
+};
+
+class SqlTerminalCases : public SqlConsoleTest,
+                         public ::testing::WithParamInterface<TerminalCase> {};
+
+TEST_P(SqlTerminalCases, TheConsoleOnATerminal) {
+    const TerminalCase& expected = GetParam();
+    SCOPED_TRACE(expected.name);
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    ASSERT_NE(child, -1);
+    if (child == 0) {
+        setenv("HOME", folder_.c_str(), 1);
+        setenv("TERM", "dumb", 1);
+        std::vector<std::string> arguments{KVLNMOV_CLI, "sql", database_};
+        arguments.insert(arguments.end(), expected.arguments.begin(), expected.arguments.end());
+        std::vector<char*> argv;
+        for (std::string& argument : arguments) argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        execv(KVLNMOV_CLI, argv.data());
+        _exit(127);
+    }
+    std::string shown;
+    bool ok = true;
+    for (const TerminalStep& step : expected.steps) {
+        const std::size_t mark = shown.size();
+        if (!step.keys.empty()) {
+            ok = write(terminal, step.keys.data(), step.keys.size()) ==
+                 static_cast<ssize_t>(step.keys.size());
+        }
+        // Each piece is looked for after the one before it.
+        std::size_t from = mark;
+        for (const std::string& piece : step.shows) {
+            ok = ok && readUntil(terminal, shown, from, piece);
+            EXPECT_TRUE(ok) << "waiting for: " << piece << "\nshown:\n" << shown;
+            if (ok) from = shown.find(piece, from) + piece.size();
+        }
+        if (!ok) break;
+    }
+    ok = ok && readUntilClosed(terminal);
+    EXPECT_TRUE(ok) << "the console did not end:\n" << shown;
+    if (!ok) kill(child, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    close(terminal);
+    ASSERT_TRUE(ok);
+    ASSERT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_EQ(WEXITSTATUS(status), expected.exitCode) << shown;
+    for (const auto& [query, result] : expected.after) {
+        EXPECT_EQ(value(query), result) << query;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Typed, SqlTerminalCases, ::testing::ValuesIn(kTerminalCases),
+                         [](const ::testing::TestParamInfo<TerminalCase>& info) {
+                             return "Case" + std::to_string(info.index);
+                         });
+
+TEST_F(SqlConsoleTest, TheHistoryIsKeptInTheHomeFolder) {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     ASSERT_NE(child, -1);
@@ -379,50 +502,27 @@ TEST_F(SqlConsoleTest, TheConsolePromptsRunsATwoLineStatementAndKeepsItsHistory)
         execl(KVLNMOV_CLI, KVLNMOV_CLI, "sql", database_.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
+    // Each line is typed once the prompt asks for it.
     std::string shown;
-    auto type = [&](const std::string& keys) {
-        ASSERT_EQ(write(terminal, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-    };
-    bool ok = readUntil(terminal, shown, 0, "kvlnmov> ");
-    EXPECT_TRUE(ok) << shown;
-    std::size_t mark = shown.size();
-    if (ok) {
-        type("DELETE FROM Conceptos\r");
-        ok = readUntil(terminal, shown, mark, "    -> ");
-        EXPECT_TRUE(ok) << shown;
+    bool ok = readUntil(terminal, shown, 0, kPromptShown);
+    const std::pair<std::string, std::string> steps[] = {
+        {"SELECT 1\r", kGoesOnShown}, {"  AS one;\r", "(1 row)"}, {"", kPromptShown}};
+    for (const auto& [keys, answer] : steps) {
+        const std::size_t mark = shown.size();
+        ok = ok && write(terminal, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
+        ok = ok && readUntil(terminal, shown, mark, answer);
     }
-    mark = shown.size();
-    if (ok) {
-        type("  WHERE Codigo = 'VTA';\r");
-        ok = readUntil(terminal, shown, mark, "(1 row affected)") &&
-             readUntil(terminal, shown, mark, "kvlnmov> ");
-        EXPECT_TRUE(ok) << shown;
-    }
-    // A failure is printed, numbered among the statements typed, and the console goes on.
-    mark = shown.size();
-    if (ok) {
-        type("SELECT Nada FROM NoSuchTable;\r");
-        ok = readUntil(terminal, shown, mark,
-                       "kvlnmov: statement 2 (line 3) failed: SELECT Nada ") &&
-             readUntil(terminal, shown, mark, "kvlnmov> ");
-        EXPECT_TRUE(ok) << shown;
-        EXPECT_NE(shown.find("Invalid object name 'NoSuchTable'.", mark), std::string::npos);
-    }
-    if (ok) type("\x04");  // Ctrl-D: end of input
-    int status = 0;
-    std::string rest;
-    readUntil(terminal, rest, 0, "\x01never shown");  // drain until the program ends
+    ok = ok && write(terminal, "\x04", 1) == 1;
+    ok = ok && readUntilClosed(terminal);
     if (!ok) kill(child, SIGKILL);
+    int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     close(terminal);
-    ASSERT_TRUE(ok);
+    ASSERT_TRUE(ok) << shown;
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
-    EXPECT_EQ(value(kCount), "2");
-    EXPECT_EQ(value(kCodes), "CN-");
     // libedit keeps one line per entry, blanks written as \040.
     const std::string history = fileContents((folder_ / ".kvlnmov_history").string());
-    EXPECT_NE(history.find("\nDELETE\\040FROM\\040Conceptos\n"), std::string::npos) << history;
-    EXPECT_NE(history.find("\n\\040\\040WHERE\\040Codigo\\040=\\040'VTA';\n"), std::string::npos)
+    EXPECT_NE(history.find("\nSELECT\\0401\n\\040\\040AS\\040one;\n"), std::string::npos)
         << history;
 }
 
