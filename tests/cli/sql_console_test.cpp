@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -371,13 +372,31 @@ bool readUntil(int terminal, std::string& shown, std::size_t from, const std::st
 
 /// Reads what the terminal shows until the program closes it; false when it stays silent for
 /// a long while instead (the program waits for input it will never get).
-bool readUntilClosed(int terminal) {
+bool readUntilClosed(int terminal, int silenceMs = 30000) {
     for (;;) {
         pollfd ready{terminal, POLLIN, 0};
-        if (poll(&ready, 1, 30000) <= 0) return false;
+        if (poll(&ready, 1, silenceMs) <= 0) return false;
         char buffer[512];
         if (read(terminal, buffer, sizeof buffer) <= 0) return true;
     }
+}
+
+/// Waits until the line editor has the terminal (it reads keys one by one, not lines), so that
+/// keys are typed where it reads them. False when it never does.
+bool waitForLineEditor(int terminal) {
+    for (int tries = 0; tries < 20000; ++tries) {
+        termios mode{};
+        if (tcgetattr(terminal, &mode) != 0) return false;
+        if ((mode.c_lflag & ICANON) == 0) return true;
+        usleep(500);
+    }
+    return false;
+}
+
+/// Types Ctrl-D and reads until the program closes the terminal.
+bool endInput(int terminal) {
+    return waitForLineEditor(terminal) && write(terminal, "\x04", 1) == 1 &&
+           readUntilClosed(terminal);
 }
 
 /// One thing typed at the console and what the terminal shows after it, in order.
@@ -460,9 +479,15 @@ TEST_P(SqlTerminalCases, TheConsoleOnATerminal) {
     bool ok = true;
     for (const TerminalStep& step : expected.steps) {
         const std::size_t mark = shown.size();
+        if (step.keys == "\x04") {
+            ok = endInput(terminal);
+            EXPECT_TRUE(ok) << "the console did not end:\n" << shown;
+            break;
+        }
         if (!step.keys.empty()) {
-            ok = write(terminal, step.keys.data(), step.keys.size()) ==
-                 static_cast<ssize_t>(step.keys.size());
+            ok = waitForLineEditor(terminal) &&
+                 write(terminal, step.keys.data(), step.keys.size()) ==
+                     static_cast<ssize_t>(step.keys.size());
         }
         // Each piece is looked for after the one before it.
         std::size_t from = mark;
@@ -473,7 +498,7 @@ TEST_P(SqlTerminalCases, TheConsoleOnATerminal) {
         }
         if (!ok) break;
     }
-    ok = ok && readUntilClosed(terminal);
+    ok = ok && (expected.steps.back().keys == "\x04" || readUntilClosed(terminal));
     EXPECT_TRUE(ok) << "the console did not end:\n" << shown;
     if (!ok) kill(child, SIGKILL);
     int status = 0;
@@ -505,15 +530,15 @@ TEST_F(SqlConsoleTest, TheHistoryIsKeptInTheHomeFolder) {
     // Each line is typed once the prompt asks for it.
     std::string shown;
     bool ok = readUntil(terminal, shown, 0, kPromptShown);
-    const std::pair<std::string, std::string> steps[] = {
-        {"SELECT 1\r", kGoesOnShown}, {"  AS one;\r", "(1 row)"}, {"", kPromptShown}};
+    const std::pair<std::string, std::string> steps[] = {{"SELECT 1\r", kGoesOnShown},
+                                                         {"  AS one;\r", "(1 row)\r\nkvlnmov> "}};
     for (const auto& [keys, answer] : steps) {
         const std::size_t mark = shown.size();
-        ok = ok && write(terminal, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
+        ok = ok && waitForLineEditor(terminal) &&
+             write(terminal, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
         ok = ok && readUntil(terminal, shown, mark, answer);
     }
-    ok = ok && write(terminal, "\x04", 1) == 1;
-    ok = ok && readUntilClosed(terminal);
+    ok = ok && endInput(terminal);
     if (!ok) kill(child, SIGKILL);
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
