@@ -32,7 +32,7 @@ esac
 # test command runs the database suites through a second time.
 packages=(cmake g++ make pkg-config libsqlite3-dev nlohmann-json3-dev libcli11-dev libgtest-dev
           qt6-base-dev unixodbc-dev odbcinst libsqliteodbc
-          libcsv-dev)
+          libcsv-dev libedit-dev)
 # gettext: msgfmt compiles the tool's message catalogues (po/*.po); xgettext checks them.
 packages+=(gettext)
 missing=()

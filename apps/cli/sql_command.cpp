@@ -1,17 +1,25 @@
 // `kvlnmov sql`: runs T-SQL statements on a company database and prints what they return.
+//
+// Input that is not typed at a terminal (a STATEMENT argument, or standard input) is read whole
+// and split into statements before anything runs, so that a statement cut in two never runs
+// half: statements end at a `;` or at a line holding only GO, and the end of the input ends
+// the last one when every quote, comment and parenthesis in it is closed. Input that ends
+// inside one of those is refused and nothing runs.
 
-#include <cctype>
-#include <charconv>
+#include <unistd.h>
+
 #include <iostream>
+#include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "company_database.h"
-#include "kvlnmov/db/open.h"
-#include "kvlnmov/db/recordset.h"
-#include "text_table.h"
+#include "kvlnmov/db/script.h"
+#include "sql_console.h"
+#include "sql_runner.h"
 
 namespace kvlnmov::cli {
 
@@ -20,128 +28,86 @@ namespace {
 struct SqlOptions {
     DatabaseArgument database;
     std::string statement;
+    bool statementGiven = false;
+    bool transaction = false;
+    bool csv = false;
 };
 
-// True when the statement returns rows: its first word (after blanks, comments and opening
-// parentheses) is SELECT.
-bool returnsRows(std::string_view text) {
-    for (;;) {
-        while (!text.empty() &&
-               (std::isspace(static_cast<unsigned char>(text.front())) || text.front() == '('))
-            text.remove_prefix(1);
-        if (text.starts_with("--")) {
-            const auto end = text.find('\n');
-            text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
-        } else if (text.starts_with("/*")) {
-            const auto end = text.find("*/");
-            text = end == std::string_view::npos ? std::string_view() : text.substr(end + 2);
-        } else {
+/// The statements of a whole input, or nothing (with the reason printed) when it ends inside
+/// a statement or holds none.
+std::optional<std::vector<db::ScriptStatement>> completeStatements(const std::string& text) {
+    db::Script script = db::splitScript(text);
+    const std::string line = std::to_string(script.openLine);
+    switch (script.end) {
+        case db::ScriptEnd::Separated:
             break;
-        }
+        case db::ScriptEnd::Unseparated:
+            script.statements.push_back(std::move(script.rest));
+            break;
+        case db::ScriptEnd::UnclosedQuote:
+            std::cerr << "kvlnmov: the input ends inside the quoted text or name opened on line "
+                      << line << "; nothing was run.\n";
+            return std::nullopt;
+        case db::ScriptEnd::UnclosedComment:
+            std::cerr << "kvlnmov: the input ends inside the comment opened on line " << line
+                      << "; nothing was run.\n";
+            return std::nullopt;
+        case db::ScriptEnd::UnclosedParenthesis:
+            std::cerr << "kvlnmov: the input ends with the parenthesis opened on line " << line
+                      << " still open; nothing was run.\n";
+            return std::nullopt;
     }
-    constexpr std::string_view kSelect = "select";
-    if (text.size() < kSelect.size()) return false;
-    for (std::size_t i = 0; i < kSelect.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(text[i])) != kSelect[i]) return false;
+    if (script.statements.empty()) {
+        std::cerr << "kvlnmov: the input holds no statement; nothing was run.\n";
+        return std::nullopt;
     }
-    return text.size() == kSelect.size() ||
-           !(std::isalnum(static_cast<unsigned char>(text[kSelect.size()])) ||
-             text[kSelect.size()] == '_');
+    return script.statements;
 }
 
-// How a value prints: NULL, dates in ISO form, money exactly with ".", Booleans 1/0.
-std::string display(const Variant& value) {
-    switch (value.type()) {
-        case VariantType::Empty:
-            return "";
-        case VariantType::Null:
-            return "NULL";
-        case VariantType::Boolean:
-            return value.toBoolean() ? "1" : "0";
-        case VariantType::Currency:
-            return value.toCurrency().toString();
-        case VariantType::Date:
-            return value.toDate().toIso();
-        case VariantType::Double: {
-            char buffer[64];
-            auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value.toDouble());
-            return error == std::errc() ? std::string(buffer, end) : value.toText();
-        }
-        case VariantType::Byte:
-        case VariantType::Integer:
-        case VariantType::Long:
-            return std::to_string(value.toLong());
-        default:
-            return value.toText();
-    }
-}
-
-bool rightAligned(db::DataType type) {
-    switch (type) {
-        case db::DataType::SmallInt:
-        case db::DataType::Integer:
-        case db::DataType::Double:
-        case db::DataType::Currency:
-        case db::DataType::TinyInt:
-        case db::DataType::UnsignedTinyInt:
-        case db::DataType::BigInt:
-            return true;
-        default:
-            return false;
-    }
-}
-
-void printQuery(const db::ConnectionRef& connection, const std::string& text) {
-    db::Recordset recordset;
-    recordset.Open(text, connection);
-    const int count = recordset.FieldCount();
-    std::vector<std::string> header;
-    std::vector<bool> right;
-    for (int i = 0; i < count; ++i) {
-        const std::string& name = recordset.FieldInfo(i).name;
-        header.push_back(name.empty() ? "(No column name)" : name);
-        right.push_back(rightAligned(recordset.FieldInfo(i).type));
-    }
-    TextTable table(header, right, " | ", true);
-    for (; !recordset.Eof(); recordset.MoveNext()) {
-        std::vector<std::string> row;
-        for (int i = 0; i < count; ++i) row.push_back(display(recordset.Fields(i)));
-        table.add(std::move(row));
-    }
-    recordset.Close();
-    table.print(std::cout);
-    std::cout << "(" << table.size() << " rows)\n";
-}
-
-void runStatement(const db::ConnectionRef& connection, const std::string& text) {
-    if (returnsRows(text)) {
-        printQuery(connection, text);
+/// After statement `failed` (from 0) of `total` failed outside a transaction: which ran, and
+/// which were never run.
+void reportStopped(std::size_t failed, std::size_t total) {
+    if (failed == 0) {
+        std::cerr << "kvlnmov: no statement ran before it.\n";
+    } else if (failed == 1) {
+        std::cerr << "kvlnmov: statement 1 ran before it; its changes are kept.\n";
     } else {
-        const std::int32_t changed = connection->Execute(text);
-        std::cout << "(" << changed << " rows affected)\n";
+        std::cerr << "kvlnmov: statements 1 to " << failed
+                  << " ran before it; their changes are kept.\n";
     }
-}
-
-// A line with nothing to run: blank, or a comment.
-bool skipped(const std::string& line) {
-    const auto start = line.find_first_not_of(" \t\r");
-    return start == std::string::npos || line.compare(start, 2, "--") == 0;
+    const std::size_t rest = total - failed - 1;
+    if (rest == 1) {
+        std::cerr << "kvlnmov: statement " << total << " was not run.\n";
+    } else if (rest > 1) {
+        std::cerr << "kvlnmov: statements " << failed + 2 << " to " << total << " were not run.\n";
+    }
 }
 
 int runSql(const SqlOptions& options) {
-    const auto connection = openExistingDatabase(options.database);
-    if (!options.statement.empty()) {
-        runStatement(connection, options.statement);
-        return kExitOk;
+    const ResultForm form = options.csv ? ResultForm::Csv : ResultForm::Table;
+    if (!options.statementGiven && isatty(STDIN_FILENO)) {
+        StatementRunner runner(openExistingDatabase(options.database), form, options.transaction,
+                               std::cout, std::cerr);
+        return runConsole(runner);
     }
-    std::string line;
-    bool first = true;
-    while (std::getline(std::cin, line)) {
-        if (skipped(line)) continue;
-        if (!first) std::cout << "\n";
-        first = false;
-        runStatement(connection, line);
+    const std::string text = options.statementGiven
+                                 ? options.statement
+                                 : std::string(std::istreambuf_iterator<char>(std::cin), {});
+    const auto statements = completeStatements(text);
+    if (!statements) return kExitFailure;
+    StatementRunner runner(openExistingDatabase(options.database), form, options.transaction,
+                           std::cout, std::cerr);
+    runner.begin();
+    for (std::size_t i = 0; i < statements->size(); ++i) {
+        const db::ScriptStatement& statement = (*statements)[i];
+        if (!runner.run(statement, statement.line)) {
+            if (!options.transaction && statements->size() > 1) {
+                reportStopped(i, statements->size());
+            }
+            return kExitFailure;
+        }
     }
+    runner.commit();
     return kExitOk;
 }
 
@@ -152,15 +118,38 @@ Command addSqlCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "sql",
         "Run SQL Server (T-SQL) statements on a company database.\n"
-        "A SELECT prints a table (header, rows, \"(N rows)\"); any other statement prints\n"
-        "\"(N rows affected)\". Without STATEMENT, reads one statement per line from standard\n"
-        "input (blank lines and lines starting with -- are skipped) and stops at the first\n"
-        "error. Values print as: NULL for Null, dates as YYYY-MM-DD[ HH:MM:SS[.mmm]], money\n"
-        "exactly with \".\" as decimal separator, bit columns as 1/0.\n"
-        "A database error prints \"Error <number> (<source>): <description>\" and exits 1.");
+        "Statements come from STATEMENT, from standard input, or, when standard input is a\n"
+        "terminal, from an interactive console (prompt \"kvlnmov> \", \"    -> \" while a\n"
+        "statement goes on, line editing, history kept in ~/.kvlnmov_history; Ctrl-D or quit\n"
+        "ends it). A statement may span lines; statements are separated by \";\" or by a line\n"
+        "holding only GO. A \";\" or GO inside a quoted text, a [name] or a comment separates\n"
+        "nothing. The end of the input ends the last statement when its quotes, comments and\n"
+        "parentheses are closed; input that ends inside one is refused (exit 1) and nothing\n"
+        "runs. The whole input is checked before the first statement runs.\n"
+        "Each statement commits by itself: the first failing statement stops the run (exit 1),\n"
+        "and the statements before it stay done; the message says which ran and which did\n"
+        "not. With --transaction everything runs in one transaction: the first failure rolls\n"
+        "all of it back (exit 1). In the console a failure is printed and the console goes on\n"
+        "(with --transaction it rolls back and ends).\n"
+        "A SELECT prints an aligned table and \"(N rows)\"; any other statement prints\n"
+        "\"(N rows affected)\". Values print as: NULL for Null, dates as dd/mm/yyyy[ HH:MM:SS],\n"
+        "money with two decimals (four when it has them) and other non-integer numbers in\n"
+        "the regional form (1.210,00), integers as they are, bit columns as 1/0.\n"
+        "A database error prints \"Error <number> (<source>): <description>\", then which\n"
+        "statement failed: \"statement <n> (line <l>) failed: <its first line>\".");
     addDatabaseOptions(command, options->database, "Database file (must exist)");
-    command->add_option("STATEMENT", options->statement, "One T-SQL statement");
-    return Command{command, [options] { return runSql(*options); }};
+    CLI::Option* statement = command->add_option(
+        "STATEMENT", options->statement, "T-SQL statements to run instead of standard input");
+    command->add_flag("--transaction", options->transaction,
+                      "Run all the statements in one transaction: all or nothing");
+    command->add_flag("--csv", options->csv,
+                      "Print rows as CSV for programs: a header line, \".\" as decimal "
+                      "separator, ISO dates (YYYY-MM-DD[ HH:MM:SS[.mmm]]), NULL as an empty "
+                      "field; statements that return no rows print nothing");
+    return Command{command, [options, statement] {
+                       options->statementGiven = statement->count() > 0;
+                       return runSql(*options);
+                   }};
 }
 
 }  // namespace kvlnmov::cli

@@ -50,9 +50,11 @@ inline std::vector<std::string> changedEnvironment(const EnvironmentChanges& cha
 }
 
 /// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err, in this
-/// process's environment with `environment` changes made.
+/// process's environment with `environment` changes made. Its standard input is the file
+/// `inputFile`, or the caller's own when none is given.
 inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
-                       const std::string& capturePrefix, const EnvironmentChanges& environment) {
+                       const std::string& capturePrefix, const EnvironmentChanges& environment,
+                       const std::string& inputFile = {}) {
     const std::string out = capturePrefix + ".out";
     const std::string err = capturePrefix + ".err";
     arguments.insert(arguments.begin(), tool);
@@ -62,6 +64,9 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
 
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
+    if (!inputFile.empty()) {
+        posix_spawn_file_actions_addopen(&files, 0, inputFile.c_str(), O_RDONLY, 0);
+    }
     posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t child = 0;
@@ -82,10 +87,11 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
     return run;
 }
 
-/// Runs `tool arguments...` in this process's environment, as a user runs it.
+/// Runs `tool arguments...` in this process's environment, as a user runs it, its standard
+/// input the file `inputFile` or the caller's own.
 inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
-                       const std::string& capturePrefix) {
-    return runTool(tool, std::move(arguments), capturePrefix, {});
+                       const std::string& capturePrefix, const std::string& inputFile = {}) {
+    return runTool(tool, std::move(arguments), capturePrefix, EnvironmentChanges{}, inputFile);
 }
 
 }  // namespace kvlnmov::testing
