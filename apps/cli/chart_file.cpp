@@ -207,7 +207,7 @@ std::vector<ChartLine> readChart(std::istream& input, const std::string& name) {
 
 std::vector<ChartLine> readChartFile(const std::string& file) {
     std::ifstream input(file, std::ios::binary);
-    if (!input) throw UsageError{"'" + file + "' cannot be opened."};
+    if (!input) throw UsageError{format(_("'%s' cannot be opened."), file.c_str())};
     return readChart(input, file);
 }
 
