@@ -21,7 +21,7 @@ extract() {
         --flag=format:1:c-format --flag=_:1:pass-c-format --flag=tr:1:pass-c-format \
         --flag=trn:1:pass-c-format --flag=trn:2:pass-c-format \
         --flag=trCount:1:c-format --flag=trCount:2:c-format \
-        --sort-output -o "$1" apps/cli/*.cpp apps/cli/*.h
+        --sort-output -o "$1" apps/cli/*.cpp apps/cli/*.h apps/viewer-qt/main.cpp
 }
 
 case "$mode" in

@@ -12,6 +12,7 @@
 #include "chart_file.h"
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/text.h"
 #include "text_table.h"
@@ -52,14 +53,13 @@ std::string keyCondition(EmpresaContext& context) {
 
 void checkDigits(const std::string& account, const char* argument) {
     if (account.empty() || account.find_first_not_of("0123456789") != std::string::npos)
-        throw UsageError{std::string(argument) + " must be digits only: '" + account + "'"};
+        throw UsageError{format(_("%s must be digits only: '%s'"), argument, account.c_str())};
 }
 
 void checkName(const std::string& name) {
-    if (text::trim(name).empty()) throw UsageError{"NAME must not be empty"};
+    if (text::trim(name).empty()) throw UsageError{_("NAME must not be empty")};
     if (text::characterCount(name) > accountNameWidth()) {
-        throw UsageError{"NAME is longer than " + std::to_string(accountNameWidth()) +
-                         " characters"};
+        throw UsageError{format(_("NAME is longer than %zu characters"), accountNameWidth())};
     }
 }
 
@@ -88,13 +88,18 @@ int runImport(const AccountsOptions& options) {
     try {
         done = importChart(opened.connection, company, exercise, chart, options.replace, progress);
     } catch (const ChartNotEmpty& full) {
-        std::cerr << "The chart of company " << company << ", exercise " << exercise
-                  << " already holds " << full.accounts
-                  << " accounts: nothing was imported (give --replace to replace them).\n";
+        const auto held = static_cast<unsigned long long>(full.accounts);
+        std::cerr << format(trn("The chart of company %d, exercise %d already holds %llu account: "
+                                "nothing was imported (give --replace to replace it).",
+                                "The chart of company %d, exercise %d already holds %llu "
+                                "accounts: nothing was imported (give --replace to replace them).",
+                                held),
+                            static_cast<int>(company), static_cast<int>(exercise), held)
+                  << "\n";
         return kExitFailure;
     } catch (...) {
         if (progress) std::cerr << "\n";
-        std::cerr << "Nothing was imported: the whole chart was undone.\n";
+        std::cerr << _("Nothing was imported: the whole chart was undone.") << "\n";
         throw;
     }
     reportImport(std::cout, done, chart, company, exercise);
@@ -111,7 +116,8 @@ int runList(const AccountsOptions& options) {
                   (options.prefix.empty() ? "" : " AND Cuenta LIKE '" + options.prefix + "%'") +
                   " ORDER BY Cuenta",
               opened.connection);
-    TextTable table({"Account", "Name", "Level", "Tag"}, {false, false, true, false});
+    TextTable table(std::vector<TableColumn>{
+        {_("Account")}, {_("Name")}, {_("Level"), true}, {_("Tag")}});
     for (; !rows.Eof(); rows.MoveNext()) {
         const std::string account = rows.Fields(0).toText();
         const int level = levelOf(account, levels);
@@ -123,11 +129,13 @@ int runList(const AccountsOptions& options) {
         const int company = opened.context->Cod_Empresa();
         const int exercise = opened.context->Cod_Ejercicio();
         if (options.prefix.empty()) {
-            std::cerr << "The chart of company " << company << ", exercise " << exercise
-                      << " holds no accounts.\n";
+            std::cerr << format(_("The chart of company %d, exercise %d holds no accounts."),
+                                company, exercise)
+                      << "\n";
         } else {
-            std::cerr << "No account of company " << company << ", exercise " << exercise
-                      << " begins with " << options.prefix << ".\n";
+            std::cerr << format(_("No account of company %d, exercise %d begins with %s."),
+                                company, exercise, options.prefix.c_str())
+                      << "\n";
         }
         return kExitFailure;
     }
@@ -139,20 +147,21 @@ int runAdd(const AccountsOptions& options) {
     checkDigits(options.account, "ACCOUNT");
     checkName(options.name);
     if (text::characterCount(options.tag) > accountTagWidth())
-        throw UsageError{"--tag is longer than " + std::to_string(accountTagWidth()) +
-                         " characters"};
+        throw UsageError{format(_("--tag is longer than %zu characters"), accountTagWidth())};
     CompanyDatabase opened =
         openCompanyDatabase(options.database, options.company, options.exercise, 1);
     const std::vector<int> levels = companyLevels(*opened.context);
     const int level = levelOf(options.account, levels);
     if (level == 0) {
-        throw UsageError{
-            "ACCOUNT " + options.account + " has " + std::to_string(options.account.size()) +
-            " digits, the length of none of the company's levels (" + levelsText(levels) + ")"};
+        throw UsageError{format(_("ACCOUNT %s has %zu digits, the length of none of the "
+                                  "company's levels (%s)"),
+                                options.account.c_str(), options.account.size(),
+                                levelsText(levels).c_str())};
     }
     if (const auto existing = accountName(opened, options.account)) {
-        std::cerr << "The account " << options.account << " is already in the chart, as '"
-                  << *existing << "'.\n";
+        std::cerr << format(_("The account %s is already in the chart, as '%s'."),
+                            options.account.c_str(), existing->c_str())
+                  << "\n";
         return kExitFailure;
     }
     // Every summary account above it must be there: a posting account under no summary
@@ -163,8 +172,10 @@ int runAdd(const AccountsOptions& options) {
         if (!accountName(opened, parent)) missing += (missing.empty() ? "" : ", ") + parent;
     }
     if (!missing.empty()) {
-        std::cerr << "The summary accounts above " << options.account
-                  << " must be in the chart first; missing: " << missing << ".\n";
+        std::cerr << format(_("The summary accounts above %s must be in the chart first; "
+                              "missing: %s."),
+                            options.account.c_str(), missing.c_str())
+                  << "\n";
         return kExitFailure;
     }
     opened.connection->Execute(
@@ -173,8 +184,9 @@ int runAdd(const AccountsOptions& options) {
         std::to_string(opened.context->Cod_Ejercicio()) + ", " + quotedText(options.account) +
         ", " + quotedText(options.name) + ", " +
         (options.tag.empty() ? std::string("NULL") : quotedText(options.tag)) + ")");
-    std::cout << "Added the account " << options.account << " '" << options.name << "' at level "
-              << level << ".\n";
+    std::cout << format(_("Added the account %s '%s' at level %d."), options.account.c_str(),
+                        options.name.c_str(), level)
+              << "\n";
     return kExitOk;
 }
 
@@ -187,23 +199,27 @@ int runRename(const AccountsOptions& options) {
         "UPDATE Cuentas SET Nombre = " + quotedText(options.name) + keyCondition(*opened.context) +
         " AND Cuenta = " + quotedText(options.account));
     if (changed == 0) {
-        std::cerr << "The chart of company " << opened.context->Cod_Empresa() << ", exercise "
-                  << opened.context->Cod_Ejercicio() << " has no account " << options.account
-                  << ".\n";
+        std::cerr << format(_("The chart of company %d, exercise %d has no account %s."),
+                            static_cast<int>(opened.context->Cod_Empresa()),
+                            static_cast<int>(opened.context->Cod_Ejercicio()),
+                            options.account.c_str())
+                  << "\n";
         return kExitFailure;
     }
-    std::cout << "Renamed the account " << options.account << " to '" << options.name << "'.\n";
+    std::cout << format(_("Renamed the account %s to '%s'."), options.account.c_str(),
+                        options.name.c_str())
+              << "\n";
     return kExitOk;
 }
 
 CLI::App* accountsSubcommand(CLI::App* parent, const char* name, const char* description,
                              AccountsOptions& options) {
     CLI::App* command = parent->add_subcommand(name, description);
-    addDatabaseOptions(command, options.database, "Company database file");
+    addDatabaseOptions(command, options.database, _("Company database file"));
     command->add_option("--company", options.company,
-                        "Company code (default: the database's only company)");
+                        _("Company code (default: the database's only company)"));
     command->add_option("--exercise", options.exercise,
-                        "Exercise code (default: the database's only exercise)");
+                        _("Exercise code (default: the database's only exercise)"));
     return command;
 }
 
@@ -213,13 +229,13 @@ Command addAccountsCommand(CLI::App& app) {
     auto options = std::make_shared<AccountsOptions>();
     CLI::App* command = app.add_subcommand(
         "accounts",
-        "The chart of accounts (table Cuentas): import a chart file, list, add and "
-        "rename accounts.");
+        _("The chart of accounts (table Cuentas): import a chart file, list, add and "
+        "rename accounts."));
     command->require_subcommand(1);
 
     CLI::App* importCommand = accountsSubcommand(
         command, "import",
-        "Import a chart file (\"cuenta\";\"descripcion\";\"cuentaesp\", semicolon-separated,\n"
+        _("Import a chart file (\"cuenta\";\"descripcion\";\"cuentaesp\", semicolon-separated,\n"
         "UTF-8) in one transaction: all of it or nothing. Accounts of a summary level's length\n"
         "are summary accounts; longer ones without sub-accounts in the file are posting\n"
         "accounts, brought to the company's account length by inserting or removing zeros\n"
@@ -227,35 +243,35 @@ Command addAccountsCommand(CLI::App& app) {
         "longest summary level): 4300000001 becomes 43000001 for length 8. One that would\n"
         "lose a digit other than zero is refused with its line. Summary accounts of a length\n"
         "that is none of the levels are left out and counted. A chart that already holds\n"
-        "accounts is refused unless --replace is given.",
+        "accounts is refused unless --replace is given."),
         *options);
-    importCommand->add_option("FILE", options->file, "Chart file")->required();
+    importCommand->add_option("FILE", options->file, _("Chart file"))->required();
     importCommand->add_flag("--replace", options->replace,
-                            "Delete the accounts the chart holds first (in the same transaction)");
+                            _("Delete the accounts the chart holds first (in the same transaction)"));
 
     CLI::App* listCommand = accountsSubcommand(
         command, "list",
-        "List the chart's accounts (beginning with PREFIX when given): account, name, level\n"
-        "and special-account tag. Exits with 1 when none matches.",
+        _("List the chart's accounts (beginning with PREFIX when given): account, name, level\n"
+        "and special-account tag. Exits with 1 when none matches."),
         *options);
-    listCommand->add_option("PREFIX", options->prefix, "The digits the accounts begin with");
+    listCommand->add_option("PREFIX", options->prefix, _("The digits the accounts begin with"));
 
     CLI::App* addCommand = accountsSubcommand(
         command, "add",
-        "Add an account of a summary level's length or of the full account length. The\n"
-        "summary accounts above it must be in the chart already (they are not made up).",
+        _("Add an account of a summary level's length or of the full account length. The\n"
+        "summary accounts above it must be in the chart already (they are not made up)."),
         *options);
-    addCommand->add_option("ACCOUNT", options->account, "The account's digits")->required();
-    addCommand->add_option("NAME", options->name, "Its name")->required();
-    addCommand->add_option("--tag", options->tag, "Special-account tag (CLIENT, PROVEE, ...)");
+    addCommand->add_option("ACCOUNT", options->account, _("The account's digits"))->required();
+    addCommand->add_option("NAME", options->name, _("Its name"))->required();
+    addCommand->add_option("--tag", options->tag, _("Special-account tag (CLIENT, PROVEE, ...)"));
 
     CLI::App* renameCommand =
         accountsSubcommand(command, "rename",
-                           "Rename an account of the chart (exits with 1 when "
-                           "the chart does not hold it).",
+                           _("Rename an account of the chart (exits with 1 when "
+                           "the chart does not hold it)."),
                            *options);
-    renameCommand->add_option("ACCOUNT", options->account, "The account's digits")->required();
-    renameCommand->add_option("NAME", options->name, "Its new name")->required();
+    renameCommand->add_option("ACCOUNT", options->account, _("The account's digits"))->required();
+    renameCommand->add_option("NAME", options->name, _("Its new name"))->required();
 
     return Command{command, [options, importCommand, listCommand, addCommand, renameCommand] {
                        if (importCommand->parsed()) return runImport(*options);

@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "commands.h"
+#include "i18n.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/text.h"
 #include "kvlnmov/schema/schema.h"
@@ -94,13 +95,13 @@ void onRow(int, void* state) {
 }
 
 std::string lineOf(const std::string& name, std::size_t line) {
-    return name + ", line " + std::to_string(line);
+    return format(_("%s, line %zu"), name.c_str(), line);
 }
 
 // Every row of a semicolon-separated file, read line by line so that each row knows its line.
 CsvRows parseCsv(std::istream& input, const std::string& name) {
     csv_parser parser;
-    if (csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0) refuse(name, "out of memory");
+    if (csv_init(&parser, CSV_STRICT | CSV_STRICT_FINI) != 0) refuse(name, _("out of memory"));
     csv_set_delim(&parser, ';');
     CsvRows parsed;
     std::string text;
@@ -108,17 +109,18 @@ CsvRows parseCsv(std::istream& input, const std::string& name) {
         while (std::getline(input, text)) {
             ++parsed.line;
             if (parsed.line == 1 && text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3);
-            if (!validUtf8(text)) refuse(lineOf(name, parsed.line), "the text is not UTF-8.");
+            if (!validUtf8(text)) refuse(lineOf(name, parsed.line), _("the text is not UTF-8."));
             text += '\n';
             if (csv_parse(&parser, text.data(), text.size(), onField, onRow, &parsed) !=
                 text.size()) {
-                refuse(lineOf(name, parsed.line), std::string("the line is not valid CSV (") +
-                                                      csv_strerror(csv_error(&parser)) + ").");
+                refuse(lineOf(name, parsed.line),
+                       format(_("the line is not valid CSV (%s)."),
+                              csv_strerror(csv_error(&parser))));
             }
         }
-        if (input.bad()) refuse(name, "the file cannot be read.");
+        if (input.bad()) refuse(name, _("the file cannot be read."));
         if (csv_fini(&parser, onField, onRow, &parsed) != 0)
-            refuse(lineOf(name, parsed.rowLine), "a quoted field is never closed.");
+            refuse(lineOf(name, parsed.rowLine), _("a quoted field is never closed."));
     } catch (...) {
         csv_free(&parser);
         throw;
@@ -152,14 +154,14 @@ std::string quotedText(std::string_view text) {
 
 std::vector<ChartLine> readChart(std::istream& input, const std::string& name) {
     CsvRows parsed = parseCsv(input, name);
-    if (parsed.rows.empty()) refuse(name, "the file is empty.");
+    if (parsed.rows.empty()) refuse(name, _("the file is empty."));
     const std::vector<std::string> header{"cuenta", "descripcion", "cuentaesp"};
     std::vector<std::string> found;
     for (const std::string& field : parsed.rows.front().second)
         found.push_back(text::lowerAscii(field));
     if (found != header) {
         refuse(lineOf(name, parsed.rows.front().first),
-               "the header must be \"cuenta\";\"descripcion\";\"cuentaesp\".");
+               _("the header must be \"cuenta\";\"descripcion\";\"cuentaesp\"."));
     }
 
     const std::size_t accountWidth = columnWidth("Cuentas", "Cuenta");
@@ -171,30 +173,32 @@ std::vector<ChartLine> readChart(std::istream& input, const std::string& name) {
         auto& [line, fields] = parsed.rows[i];
         const std::string where = lineOf(name, line);
         if (fields.size() != 3) {
-            refuse(where, "expected 3 fields (account, name, tag), found " +
-                              std::to_string(fields.size()) + ".");
+            refuse(where, format(_("expected 3 fields (account, name, tag), found %zu."),
+                                 fields.size()));
         }
         ChartLine account{line, std::string(text::trim(fields[0])),
                           std::string(text::trim(fields[1])), std::string(text::trim(fields[2]))};
         if (!allDigits(account.account))
-            refuse(where, "the account '" + account.account + "' must be digits only.");
+            refuse(where, format(_("the account '%s' must be digits only."),
+                                 account.account.c_str()));
         if (account.account.size() > accountWidth) {
-            refuse(where, "the account " + account.account + " is longer than " +
-                              std::to_string(accountWidth) + " digits.");
+            refuse(where, format(_("the account %s is longer than %zu digits."),
+                                 account.account.c_str(), accountWidth));
         }
-        if (account.name.empty()) refuse(where, "the account " + account.account + " has no name.");
+        if (account.name.empty())
+            refuse(where, format(_("the account %s has no name."), account.account.c_str()));
         if (text::characterCount(account.name) > nameWidth) {
-            refuse(where, "the name of account " + account.account + " is longer than " +
-                              std::to_string(nameWidth) + " characters.");
+            refuse(where, format(_("the name of account %s is longer than %zu characters."),
+                                 account.account.c_str(), nameWidth));
         }
         if (text::characterCount(account.tag) > tagWidth) {
-            refuse(where, "the tag of account " + account.account + " is longer than " +
-                              std::to_string(tagWidth) + " characters.");
+            refuse(where, format(_("the tag of account %s is longer than %zu characters."),
+                                 account.account.c_str(), tagWidth));
         }
         auto [earlier, added] = seen.emplace(account.account, line);
         if (!added) {
-            refuse(where, "the account " + account.account + " is already on line " +
-                              std::to_string(earlier->second) + ".");
+            refuse(where, format(_("the account %s is already on line %zu."),
+                                 account.account.c_str(), earlier->second));
         }
         lines.push_back(std::move(account));
     }
@@ -203,7 +207,7 @@ std::vector<ChartLine> readChart(std::istream& input, const std::string& name) {
 
 std::vector<ChartLine> readChartFile(const std::string& file) {
     std::ifstream input(file, std::ios::binary);
-    if (!input) throw UsageError{"'" + file + "' cannot be opened."};
+    if (!input) throw UsageError{format(_("'%s' cannot be opened."), file.c_str())};
     return readChart(input, file);
 }
 
@@ -264,10 +268,10 @@ PlacedChart placeChart(const std::vector<ChartLine>& lines, const std::vector<in
             const std::optional<std::string> resized = resizeAccount(line.account, prefix, length);
             if (!resized) {
                 refuse(lineOf(name, line.line),
-                       "the account " + line.account + " cannot have the company's " +
-                           std::to_string(length) + " digits: after its prefix " +
-                           line.account.substr(0, prefix) +
-                           " it would lose a digit other than zero.");
+                       format(_("the account %s cannot have the company's %d digits: after its "
+                                "prefix %s it would lose a digit other than zero."),
+                              line.account.c_str(), static_cast<int>(length),
+                              line.account.substr(0, prefix).c_str()));
             }
             placed.account = *resized;
             placed.level = static_cast<int>(levels.size());
@@ -278,10 +282,10 @@ PlacedChart placeChart(const std::vector<ChartLine>& lines, const std::vector<in
         }
         auto [earlier, added] = placedFrom.emplace(placed.account, &line);
         if (!added) {
-            refuse(lineOf(name, line.line), "the account " + line.account + " becomes " +
-                                                placed.account + ", as the account " +
-                                                earlier->second->account + " on line " +
-                                                std::to_string(earlier->second->line) + " does.");
+            refuse(lineOf(name, line.line),
+                   format(_("the account %s becomes %s, as the account %s on line %zu does."),
+                          line.account.c_str(), placed.account.c_str(),
+                          earlier->second->account.c_str(), earlier->second->line));
         }
         chart.accounts.push_back(std::move(placed));
     }
@@ -329,16 +333,32 @@ ChartImport importChart(const db::ConnectionRef& connection, int company, int ex
 
 void reportImport(std::ostream& out, const ChartImport& done, const PlacedChart& chart, int company,
                   int exercise) {
-    if (done.replaced > 0)
-        out << "Deleted the " << done.replaced << " accounts the chart held before.\n";
-    out << "Imported " << done.imported << " accounts (" << chart.summary << " summary, "
-        << chart.posting << " posting) into company " << company << ", exercise " << exercise
-        << ".\n";
+    if (done.replaced > 0) {
+        const auto replaced = static_cast<unsigned long long>(done.replaced);
+        out << format(trn("Deleted the %llu account the chart held before.",
+                          "Deleted the %llu accounts the chart held before.", replaced),
+                      replaced)
+            << "\n";
+    }
+    const auto imported = static_cast<unsigned long long>(done.imported);
+    out << format(trn("Imported %llu account (%zu summary, %zu posting) into company %d, "
+                      "exercise %d.",
+                      "Imported %llu accounts (%zu summary, %zu posting) into company %d, "
+                      "exercise %d.",
+                      imported),
+                  imported, static_cast<std::size_t>(chart.summary),
+                  static_cast<std::size_t>(chart.posting), company, exercise)
+        << "\n";
     if (!chart.leftOut.empty()) {
-        out << "Left out " << chart.leftOut.size()
-            << " summary accounts whose length is none of the company's levels, the first of "
-               "them "
-            << chart.leftOut.front().account << " on line " << chart.leftOut.front().line << ".\n";
+        const auto leftOut = static_cast<unsigned long long>(chart.leftOut.size());
+        out << format(trn("Left out %llu summary account whose length is none of the company's "
+                          "levels, %s on line %zu.",
+                          "Left out %llu summary accounts whose length is none of the "
+                          "company's levels, the first of them %s on line %zu.",
+                          leftOut),
+                      leftOut, chart.leftOut.front().account.c_str(),
+                      static_cast<std::size_t>(chart.leftOut.front().line))
+            << "\n";
     }
 }
 
@@ -347,8 +367,10 @@ std::function<void(std::size_t, std::size_t)> terminalProgress() {
     return [](std::size_t done, std::size_t total) {
         constexpr std::size_t kWidth = 40;
         const std::size_t filled = total ? done * kWidth / total : kWidth;
-        std::cerr << "\rImporting accounts [" << std::string(filled, '#')
-                  << std::string(kWidth - filled, ' ') << "] " << done << "/" << total
+        std::cerr << "\r"
+                  << format(_("Importing accounts [%s] %zu/%zu"),
+                            (std::string(filled, '#') + std::string(kWidth - filled, ' ')).c_str(),
+                            done, total)
                   << (done == total ? "\n" : "") << std::flush;
     };
 }

@@ -9,6 +9,8 @@
 #include "chart_file.h"
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
+#include "text_table.h"
 #include "kvlnmov/forecasts/cls_prev_pagos.h"
 #include "kvlnmov/masters/cls_concepto.h"
 #include "posting_file.h"
@@ -191,7 +193,7 @@ std::vector<DraftEntry> demoEntries() {
 }
 
 void demoConcepts(const CompanyDatabase& opened) {
-    std::cout << "\n== Accounting concepts (clsConcepto)\n";
+    std::cout << "\n== " << _("Accounting concepts (clsConcepto)") << "\n";
     struct Row {
         const char* code;
         const char* name;
@@ -207,19 +209,20 @@ void demoConcepts(const CompanyDatabase& opened) {
         description->Debe(row.debit);
         description->M347(true);
         description->Insertar();
-        std::cout << "  added " << row.code << " - " << row.name << "\n";
+        std::cout << "  " << format(_("added %s - %s"), row.code, row.name) << "\n";
     }
     auto loaded = std::make_shared<clsConcepto>();
     loaded->Codigo("COB");
     loaded->Cargar();
     loaded->Nombre("Cobro de cliente por transferencia");
     loaded->Modificar();
-    std::cout << "  COB renamed: " << loaded->Nombre() << "\n";
+    std::cout << "  " << format(_("COB renamed: %s"), loaded->Nombre().c_str()) << "\n";
     loaded->Codigo("PAG");
     loaded->Eliminar();
     auto again = std::make_shared<clsConcepto>();
     again->Codigo("PAG");
-    std::cout << "  PAG deleted: " << (again->Cargar() ? "it is still there" : "it is gone")
+    std::cout << "  " << (again->Cargar() ? _("PAG deleted: it is still there")
+                                          : _("PAG deleted: it is gone"))
               << "\n";
 }
 
@@ -231,13 +234,15 @@ int runDemo(const DatabaseArgument& database) {
     setup.tax = 2;
     createCompanyDatabase(setup);
     CompanyDatabase opened = openCompanyDatabase(database, std::nullopt, std::nullopt, 1);
-    std::cout << "Demonstration company database: " << database.name() << "\n"
-              << "Company 1 '" << setup.name << "', exercise 2026, account levels " << setup.levels
+    std::cout << format(_("Demonstration company database: %s"), database.name().c_str()) << "\n"
+              << format(_("Company 1 '%s', exercise 2026, account levels %s"), setup.name.c_str(),
+                        setup.levels.c_str())
               << "\n";
 
     std::istringstream chartText(kChart);
-    const PlacedChart chart = placeChart(readChart(chartText, "the demo's chart"),
-                                         parseLevels(setup.levels), "the demo's chart");
+    const std::string chartName = _("the demo's chart");
+    const PlacedChart chart = placeChart(readChart(chartText, chartName),
+                                         parseLevels(setup.levels), chartName);
     reportImport(std::cout,
                  importChart(opened.connection, setup.company, setup.exercise, chart, false), chart,
                  setup.company, setup.exercise);
@@ -267,41 +272,55 @@ int runDemo(const DatabaseArgument& database) {
     std::vector<DraftEntry> entries = demoEntries();
     checkEntries(entries, *opened.context);
     std::vector<PostedEntry> posted = postEntries(entries, opened.connection, opened.context, 1);
-    std::cout << "\n== Entries posted (clsAsiento, clsMov, clsLibroIgic, clsLibroIrpf, "
-                 "forecasts)\n";
+    std::cout << "\n== "
+              << _("Entries posted (clsAsiento, clsMov, clsLibroIgic, clsLibroIrpf, forecasts)")
+              << "\n";
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        std::cout << "  entry " << posted[i].number << "  " << entries[i].date.toText() << "  "
-                  << entries[i].lines.front().description << " (" << entries[i].lines.size()
-                  << " lines";
+        // What the entry wrote, as a list: its lines, then its invoice's records.
+        const auto lines = static_cast<unsigned long long>(entries[i].lines.size());
+        std::string written = format(trn("%llu line", "%llu lines", lines), lines);
         if (entries[i].invoice) {
-            std::cout << ", invoice in the VAT book";
-            if (entries[i].invoice->withholding) std::cout << ", IRPF withholding";
+            written += std::string(", ") + _("invoice in the VAT book");
+            if (entries[i].invoice->withholding)
+                written += std::string(", ") + _("IRPF withholding");
             if (!posted[i].forecasts.empty()) {
-                std::cout << ", " << posted[i].forecasts.size() << " forecast(s)";
+                const auto forecasts =
+                    static_cast<unsigned long long>(posted[i].forecasts.size());
+                written += ", " + format(trn("%llu forecast", "%llu forecasts", forecasts),
+                                         forecasts);
             }
         }
-        std::cout << ")\n";
+        std::cout << "  "
+                  << format(_("entry %d  %s  %s (%s)"), static_cast<int>(posted[i].number),
+                            dateText(entries[i].date).c_str(),
+                            entries[i].lines.front().description.c_str(), written.c_str())
+                  << "\n";
     }
     // The supplier's invoice 1187 was paid on 23 March: its forecast is settled.
     auto paid = std::make_shared<clsPrevPagos>();
     paid->cEmpresa(opened.context);
     paid->Cambiar_EstadoByID(posted[3].forecasts.front(), true);
-    std::cout << "  payment forecast " << posted[3].forecasts.front()
-              << " of invoice 1187 marked as paid\n";
+    std::cout << "  "
+              << format(_("payment forecast %lld of invoice 1187 marked as paid"),
+                        static_cast<long long>(posted[3].forecasts.front()))
+              << "\n";
 
-    std::cout << "\n== Trial balance, posting accounts\n";
+    std::cout << "\n== " << _("Trial balance, posting accounts") << "\n";
     bool balanced = printTrialBalance(std::cout, opened.connection, *opened.context, {});
-    std::cout << "\n== Trial balance, groups\n";
+    std::cout << "\n== " << _("Trial balance, groups") << "\n";
     balanced = printTrialBalance(std::cout, opened.connection, *opened.context, {1, {}, false}) &&
                balanced;
-    std::cout << "\n== Trial balance, department 3 (administration)\n";
+    std::cout << "\n== " << _("Trial balance, department 3 (administration)") << "\n";
     printTrialBalance(std::cout, opened.connection, *opened.context, {std::nullopt, 3, false});
-    std::cout << "\n== Tax books and open forecasts\n";
+    std::cout << "\n== " << _("Tax books and open forecasts") << "\n";
     printBooks(std::cout, opened.connection, *opened.context);
     // A connection string may hold a password: it is not repeated.
     const std::string argument = database.connection.empty() ? database.file : "--connection CS";
-    std::cout << "\nTry: kvlnmov show " << argument << " 5   (the entry viewer's grid)\n"
-              << "     kvlnmov balance " << argument << " --level 3 --periods\n";
+    std::cout << "\n"
+              << format(_("Try: kvlnmov show %s 5   (the entry viewer's grid)\n"
+                          "     kvlnmov balance %s --level 3 --periods"),
+                        argument.c_str(), argument.c_str())
+              << "\n";
     return balanced ? kExitOk : kExitFailure;
 }
 
@@ -311,10 +330,10 @@ Command addDemoCommand(CLI::App& app) {
     auto database = std::make_shared<DatabaseArgument>();
     CLI::App* command = app.add_subcommand(
         "demo",
-        "Create a demonstration company database, keep its concepts, post a month of its "
-        "bookkeeping through the library and print the trial balance.");
-    addDatabaseOptions(command, *database, "Database file to create",
-                       "an empty database instead of a file");
+        _("Create a demonstration company database, keep its concepts, post a month of its "
+          "bookkeeping through the library and print the trial balance."));
+    addDatabaseOptions(command, *database, _("Database file to create"),
+                       _("an empty database instead of a file"));
     return {command, [database] { return runDemo(*database); }};
 }
 

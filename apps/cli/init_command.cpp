@@ -10,6 +10,8 @@
 #include "chart_file.h"
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
+#include "text_table.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/frame/date.h"
 
@@ -33,7 +35,7 @@ struct InitOptions {
 Date parseDate(const std::string& text, const char* option) {
     const auto date = Date::parseIso(text);
     if (!date || date->hasTime())
-        throw UsageError{std::string(option) + " must be a date as YYYY-MM-DD: '" + text + "'"};
+        throw UsageError{format(_("%s must be a date as YYYY-MM-DD: '%s'"), option, text.c_str())};
     return *date;
 }
 
@@ -52,16 +54,16 @@ void checkLevels(const std::string& levels) {
             used = 0;
         }
         if (used == 0 || used != part.size() || length <= previous || length > 20) {
-            throw UsageError{
-                "--levels must list increasing account lengths up to 20, "
-                "separated by commas (as 1,2,3,4,8): '" +
-                levels + "'"};
+            throw UsageError{format(_("--levels must list increasing account lengths up to 20, "
+                                      "separated by commas (as 1,2,3,4,8): '%s'"),
+                                    levels.c_str())};
         }
         previous = length;
         ++count;
     }
     if (count == 0 || levels.back() == ',')
-        throw UsageError{"--levels must list at least one account length: '" + levels + "'"};
+        throw UsageError{
+            format(_("--levels must list at least one account length: '%s'"), levels.c_str())};
 }
 
 int runInit(const InitOptions& options) {
@@ -70,16 +72,15 @@ int runInit(const InitOptions& options) {
                   "--from");
     const Date to = parseDate(
         options.to.empty() ? std::to_string(options.exercise) + "-12-31" : options.to, "--to");
-    if (to < from) throw UsageError{"--to must not be before --from"};
+    if (to < from) throw UsageError{_("--to must not be before --from")};
     // The balances keep one column per calendar month (D1..D12, H1..H12), periods counted from
     // the first month: an exercise may reach into twelve calendar months at most, or two of
     // its months would share a column.
     const int months = (to.year() - from.year()) * 12 + (to.month() - from.month()) + 1;
     if (months > 12) {
-        throw UsageError{
-            "an exercise spans at most twelve calendar months (the balances keep "
-            "one column per month): " +
-            from.toIso() + " to " + to.toIso() + " spans " + std::to_string(months) + " months"};
+        throw UsageError{format(_("an exercise spans at most twelve calendar months (the balances "
+                                  "keep one column per month): %s to %s spans %d months"),
+                                dateText(from).c_str(), dateText(to).c_str(), months)};
     }
     checkLevels(options.levels);
     // The chart is read and fitted to the levels before anything is created.
@@ -103,11 +104,13 @@ int runInit(const InitOptions& options) {
     createCompanyDatabase(setup);
 
     // A connection string may hold a password: it is not repeated.
-    std::cout << "Created " << options.database.name()
-              << ": company " << options.company << " '" << options.name << "', exercise "
-              << options.exercise << " from " << from.toIso() << " to " << to.toIso()
-              << " (open), account levels " << options.levels << ", numbering scheme "
-              << options.numbering << ", tax kind " << options.tax << ".\n";
+    std::cout << format(_("Created %s: company %d '%s', exercise %d from %s to %s (open), "
+                          "account levels %s, numbering scheme %d, tax kind %d."),
+                        options.database.name().c_str(), static_cast<int>(options.company),
+                        options.name.c_str(), static_cast<int>(options.exercise),
+                        dateText(from).c_str(), dateText(to).c_str(), options.levels.c_str(),
+                        static_cast<int>(options.numbering), static_cast<int>(options.tax))
+              << "\n";
     if (chart) {
         const auto progress = terminalProgress();
         try {
@@ -117,8 +120,9 @@ int runInit(const InitOptions& options) {
             reportImport(std::cout, done, *chart, options.company, options.exercise);
         } catch (...) {
             if (progress) std::cerr << "\n";
-            std::cerr << "The database was created but its chart is empty: import it again "
-                         "with kvlnmov accounts import.\n";
+            std::cerr << _("The database was created but its chart is empty: import it again "
+                           "with kvlnmov accounts import.")
+                      << "\n";
             throw;
         }
     }
@@ -131,42 +135,42 @@ Command addInitCommand(CLI::App& app) {
     auto options = std::make_shared<InitOptions>();
     CLI::App* command = app.add_subcommand(
         "init",
-        "Create a company database: the schema, one company and one open exercise.\n"
+        _("Create a company database: the schema, one company and one open exercise.\n"
         "Refuses a file that exists and is not empty, and an exercise that spans more than\n"
         "twelve calendar months. With --connection the database is an empty one the\n"
-        "connection string names (SQL Server through ODBC).");
-    addDatabaseOptions(command, options->database, "Database file to create (SQLite)",
-                       "an empty database instead of a file");
-    command->add_option("--company", options->company, "Company code")
+        "connection string names (SQL Server through ODBC)."));
+    addDatabaseOptions(command, options->database, _("Database file to create (SQLite)"),
+                       _("an empty database instead of a file"));
+    command->add_option("--company", options->company, _("Company code"))
         ->check(CLI::Range(1, 32767))
         ->capture_default_str();
-    command->add_option("--exercise", options->exercise, "Exercise code (usually its year)")
+    command->add_option("--exercise", options->exercise, _("Exercise code (usually its year)"))
         ->check(CLI::Range(1, 32767))
         ->capture_default_str();
     command->add_option("--from", options->from,
-                        "First day of the exercise, YYYY-MM-DD (default: 1 January of "
-                        "--exercise)");
+                        _("First day of the exercise, YYYY-MM-DD (default: 1 January of "
+                          "--exercise)"));
     command->add_option("--to", options->to,
-                        "Last day of the exercise, YYYY-MM-DD (default: 31 December of "
-                        "--exercise)");
+                        _("Last day of the exercise, YYYY-MM-DD (default: 31 December of "
+                          "--exercise)"));
     command
         ->add_option("--levels", options->levels,
-                     "Lengths of the chart of accounts' levels, the last one the length of "
-                     "a posting account")
+                     _("Lengths of the chart of accounts' levels, the last one the length "
+                       "of a posting account"))
         ->capture_default_str();
     command
         ->add_option("--numbering", options->numbering,
-                     "Entry numbering: 0 per exercise, 1 month/day + 3 digits, "
-                     "2 month/day + 4 digits")
+                     _("Entry numbering: 0 per exercise, 1 month/day + 3 digits, "
+                       "2 month/day + 4 digits"))
         ->check(CLI::Range(0, 2))
         ->capture_default_str();
-    command->add_option("--tax", options->tax, "Indirect tax kind (1: IGIC)")
+    command->add_option("--tax", options->tax, _("Indirect tax kind (1: IGIC)"))
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
-    command->add_option("--name", options->name, "Company name")->capture_default_str();
+    command->add_option("--name", options->name, _("Company name"))->capture_default_str();
     command->add_option("--chart", options->chart,
-                        "Chart of accounts file to import into the new company (as kvlnmov "
-                        "accounts import reads it)");
+                        _("Chart of accounts file to import into the new company (as "
+                          "kvlnmov accounts import reads it)"));
     return Command{command, [options] { return runInit(*options); }};
 }
 

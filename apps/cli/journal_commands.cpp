@@ -54,8 +54,10 @@ class ProgressBar {
         constexpr int kWidth = 30;
         int filled = percent * kWidth / 100;
         std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '-');
-        std::string line = "Posting [" + bar + "] " + std::to_string(percent) + "% (" +
-                           count(done) + " of " + count(total_) + " lines)";
+        std::string line =
+            format(trn("Posting [%s] %d%% (%s of %s line)", "Posting [%s] %d%% (%s of %s lines)",
+                       total_),
+                   bar.c_str(), percent, count(done).c_str(), count(total_).c_str());
         width_ = std::max(width_, line.size());
         std::cerr << "\r" << line << std::flush;
     }
@@ -95,17 +97,26 @@ std::string postingSummary(const std::vector<DraftEntry>& entries,
         first = std::min(first, entry.number);
         last = std::max(last, entry.number);
     }
-    auto counted = [](std::size_t value, const char* one, const char* many) {
-        return funciones().FormatoNumero(Currency::fromUnits(static_cast<std::int64_t>(value)), 0) +
-               " " + (value == 1 ? one : many);
+    // A count in the regional form ("1.000") in the form of its noun the count asks for.
+    auto number = [](std::size_t value) {
+        return funciones().FormatoNumero(Currency::fromUnits(static_cast<std::int64_t>(value)), 0);
     };
-    std::string numbers = posted.size() == 1
-                              ? "entry " + std::to_string(first)
-                              : "entries " + std::to_string(first) + " to " + std::to_string(last);
-    return "Posted " + counted(posted.size(), "entry", "entries") + " (" +
-           counted(lines, "line", "lines") + ", " +
-           counted(invoices, "tax book record", "tax book records") + ", " +
-           counted(forecasts, "forecast", "forecasts") + "): " + numbers + ".";
+    const std::string entryCount =
+        format(trn("%s entry", "%s entries", posted.size()), number(posted.size()).c_str());
+    const std::string lineCount = format(trn("%s line", "%s lines", lines), number(lines).c_str());
+    const std::string invoiceCount =
+        format(trn("%s tax book record", "%s tax book records", invoices),
+               number(invoices).c_str());
+    const std::string forecastCount =
+        format(trn("%s forecast", "%s forecasts", forecasts), number(forecasts).c_str());
+    if (posted.size() == 1) {
+        return format(_("Posted %s (%s, %s, %s): entry %d."), entryCount.c_str(),
+                      lineCount.c_str(), invoiceCount.c_str(), forecastCount.c_str(),
+                      static_cast<int>(first));
+    }
+    return format(_("Posted %s (%s, %s, %s): entries %d to %d."), entryCount.c_str(),
+                  lineCount.c_str(), invoiceCount.c_str(), forecastCount.c_str(),
+                  static_cast<int>(first), static_cast<int>(last));
 }
 
 CsvFormat csvFormat(const PostOptions& options) {
@@ -114,7 +125,7 @@ CsvFormat csvFormat(const PostOptions& options) {
     format.decimal = options.decimal == "auto" ? '\0' : options.decimal.front();
     format.dayMonthYear = options.dateFormat == "dmy";
     if (format.decimal == format.delimiter) {
-        throw UsageError{"--decimal and --delimiter cannot be the same character"};
+        throw UsageError{_("--decimal and --delimiter cannot be the same character")};
     }
     return format;
 }
@@ -124,7 +135,8 @@ int runPost(const PostOptions& options) {
     if (std::filesystem::path(options.file).extension() == ".json") {
         for (const CLI::Option* option : options.csvOptions) {
             if (option->count() > 0) {
-                throw UsageError{option->get_name() + " applies to CSV files only"};
+                throw UsageError{
+                    format(_("%s applies to CSV files only"), option->get_name().c_str())};
             }
         }
     }
@@ -153,7 +165,7 @@ int runPost(const PostOptions& options) {
     } catch (...) {
         opened.connection->RollbackTrans();
         progress.clear();
-        std::cerr << "Nothing was posted: the whole file was undone.\n";
+        std::cerr << _("Nothing was posted: the whole file was undone.") << "\n";
         throw;
     }
     progress.clear();
@@ -189,7 +201,7 @@ Command addPostCommand(CLI::App& app) {
     auto options = std::make_shared<PostOptions>();
     CLI::App* command = app.add_subcommand(
         "post",
-        "Post the entries of a JSON or CSV file. The whole file is checked before anything is\n"
+        _("Post the entries of a JSON or CSV file. The whole file is checked before anything is\n"
         "written (dates inside the exercise, full-length accounts that are in the chart of\n"
         "accounts when the company has one, one side per line, balanced entries, amounts in\n"
         "cents, never rounded, invoice taxes equal to base x rate / 100 within 0,01, no\n"
@@ -226,28 +238,28 @@ Command addPostCommand(CLI::App& app) {
         "  and its date. A UTF-8 byte order mark is accepted. Amounts: with --decimal auto a\n"
         "  single '.' or ',' followed by one or two digits is the decimal mark and the other\n"
         "  mark separates thousands (1.210,50 or 1,210.50); an amount that reads both ways\n"
-        "  (1.210) is refused: name the mark with --decimal.");
-    addDatabaseOptions(command, options->database, "Company database file");
-    command->add_option("FILE", options->file, "Entries to post (.json or .csv)")->required();
+        "  (1.210) is refused: name the mark with --decimal."));
+    addDatabaseOptions(command, options->database, _("Company database file"));
+    command->add_option("FILE", options->file, _("Entries to post (.json or .csv)"))->required();
     addCompanyOptions(command, options->company, options->exercise);
-    command->add_option("--user", options->user, "User code recorded on entries and lines")
+    command->add_option("--user", options->user, _("User code recorded on entries and lines"))
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
     options->csvOptions.push_back(
-        command->add_option("--delimiter", options->delimiter, "CSV field separator: ';' or ','")
+        command->add_option("--delimiter", options->delimiter, _("CSV field separator: ';' or ','"))
             ->check(CLI::IsMember({";", ","}))
             ->capture_default_str());
     options->csvOptions.push_back(
         command
             ->add_option("--decimal", options->decimal,
-                         "CSV decimal mark: ',' or '.' (the other one then only separates "
-                         "thousands), or auto")
+                         _("CSV decimal mark: ',' or '.' (the other one then only separates "
+                         "thousands), or auto"))
             ->check(CLI::IsMember({",", ".", "auto"}))
             ->capture_default_str());
     options->csvOptions.push_back(
         command
             ->add_option("--date-format", options->dateFormat,
-                         "CSV dates: iso (yyyy-mm-dd) or dmy (dd/mm/yyyy)")
+                         _("CSV dates: iso (yyyy-mm-dd) or dmy (dd/mm/yyyy)"))
             ->check(CLI::IsMember({"iso", "dmy"}))
             ->capture_default_str());
     return {command, [options] { return runPost(*options); }};

@@ -13,23 +13,16 @@
 
 namespace {
 
-// Replaces "{name}" in `text` by `value`: the messages below are whole sentences with named
-// holes, so that a translation can put the holes where its language wants them.
-std::string withValue(std::string text, const std::string& name, const std::string& value) {
-    const std::string hole = "{" + name + "}";
-    if (const auto at = text.find(hole); at != std::string::npos)
-        text.replace(at, hole.size(), value);
-    return text;
-}
+using kvlnmov::cli::_;
+using kvlnmov::cli::format;
 
 std::string commandFailed(const std::string& command, const std::string& reason) {
-    return withValue(withValue("the {command} command failed: {reason}", "command", command), "reason",
-                reason);
+    return format(_("the %s command failed: %s"), command.c_str(), reason.c_str());
 }
 
 // What the user reads first when the library or a provider raises an error: what could not
-// be done, then the error's own description. Its number and source follow on a line of
-// their own.
+// be done, then the error's own description (the library's, never translated). Its number
+// and source follow on a line of their own.
 std::string failureSentence(const std::string& command, const kvlnmov::Error& error) {
     // The embedded provider names the file it cannot open and SQLite's reason:
     // "Cannot open database 'PATH': REASON".
@@ -40,25 +33,18 @@ std::string failureSentence(const std::string& command, const kvlnmov::Error& er
         if (end != std::string::npos && end >= openPrefix.size()) {
             const std::string path =
                 description.substr(openPrefix.size(), end - openPrefix.size());
-            return withValue(withValue("cannot open the database \"{path}\": {reason}", "path", path),
-                        "reason", description.substr(end + 3));
+            return format(_("cannot open the database \"%s\": %s"), path.c_str(),
+                          description.substr(end + 3).c_str());
         }
     }
-    std::string sentence;
-    if (command == "show") {
-        sentence = "cannot show the entry: {reason}";
-    } else if (command == "annul") {
-        sentence = "cannot annul the entry: {reason}";
-    } else if (command == "renumber") {
-        sentence = "cannot move the entry's lines: {reason}";
-    } else if (command == "post") {
-        sentence = "cannot post the entries: {reason}";
-    } else if (command == "reassign") {
-        sentence = "cannot move the lines to the new account: {reason}";
-    } else {
-        return commandFailed(command, description);
-    }
-    return withValue(sentence, "reason", description);
+    const char* reason = description.c_str();
+    if (command == "show") return format(_("cannot show the entry: %s"), reason);
+    if (command == "annul") return format(_("cannot annul the entry: %s"), reason);
+    if (command == "renumber") return format(_("cannot move the entry's lines: %s"), reason);
+    if (command == "post") return format(_("cannot post the entries: %s"), reason);
+    if (command == "reassign")
+        return format(_("cannot move the lines to the new account: %s"), reason);
+    return commandFailed(command, description);
 }
 
 }  // namespace
@@ -114,7 +100,9 @@ int main(int argc, char** argv) {
         return kExitFailure;
     } catch (const kvlnmov::Error& error) {
         std::cerr << "kvlnmov: " << failureSentence(name, error) << "\n"
-                  << "  (error " << error.number() << ", " << error.source() << ")\n";
+                  << "  " << format(_("(error %ld, %s)"), static_cast<long>(error.number()),
+                                    error.source().c_str())
+                  << "\n";
         return kExitFailure;
     } catch (const std::exception& error) {
         std::cerr << "kvlnmov: " << commandFailed(name, error.what()) << "\n";

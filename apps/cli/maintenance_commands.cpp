@@ -10,6 +10,8 @@
 
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
+#include "text_table.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/sql_text.h"
 #include "kvlnmov/journal/cls_asiento.h"
@@ -21,11 +23,11 @@ namespace {
 
 void addCompanyExerciseOptions(CLI::App* command, std::optional<int>& company,
                                std::optional<int>& exercise) {
-    command->add_option("--company", company, "Company code (default: the database's only company)")
+    command->add_option("--company", company, _("Company code (default: the database's only company)"))
         ->check(CLI::Range(1, 32767));
     command
         ->add_option("--exercise", exercise,
-                     "Exercise code (default: the database's only exercise)")
+                     _("Exercise code (default: the database's only exercise)"))
         ->check(CLI::Range(1, 32767));
 }
 
@@ -45,10 +47,8 @@ std::int64_t scalar(const CompanyDatabase& opened, const std::string& query) {
     return value;
 }
 
-std::string companyExercise(EmpresaContext& context) {
-    return "company " + std::to_string(context.Cod_Empresa()) + ", exercise " +
-           std::to_string(context.Cod_Ejercicio());
-}
+int companyOf(EmpresaContext& context) { return static_cast<int>(context.Cod_Empresa()); }
+int exerciseOf(EmpresaContext& context) { return static_cast<int>(context.Cod_Ejercicio()); }
 
 std::shared_ptr<clsAsiento> entryHeader(const CompanyDatabase& opened, std::int32_t number) {
     auto entry = std::make_shared<clsAsiento>();
@@ -63,10 +63,6 @@ std::shared_ptr<clsMov> journalLine(const CompanyDatabase& opened) {
     line->Conexion(opened.connection);
     line->cEmpresa(opened.context);
     return line;
-}
-
-std::string plural(std::int64_t count, const std::string& word) {
-    return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
 struct AnnulOptions {
@@ -84,20 +80,23 @@ int runAnnul(const AnnulOptions& options) {
     EmpresaContext& context = *opened.context;
     auto entry = entryHeader(opened, options.entry);
     if (!entry->Cargar()) {
-        throw Refused{"entry " + std::to_string(options.entry) + " does not exist in " +
-                      companyExercise(context)};
+        throw Refused{format(_("entry %d does not exist in company %d, exercise %d"),
+                             static_cast<int>(options.entry), companyOf(context),
+                             exerciseOf(context))};
     }
     // An annulled header stays without lines: annulling it again would only add an empty
     // backup and rewrite the mark.
     if (entry->Nulo()) {
-        throw Refused{"entry " + std::to_string(options.entry) + " of " +
-                      companyExercise(context) + " is already annulled"};
+        throw Refused{format(_("entry %d of company %d, exercise %d is already annulled"),
+                             static_cast<int>(options.entry), companyOf(context),
+                             exerciseOf(context))};
     }
     // The opening entry carries the exercise's opening balances; it is only annulled on
     // purpose.
     if (options.entry == 0 && !options.force) {
-        throw Refused{"entry 0 is the opening entry of " + companyExercise(context) +
-                      " and is not annulled without --force"};
+        throw Refused{format(_("entry 0 is the opening entry of company %d, exercise %d and is "
+                               "not annulled without --force"),
+                             companyOf(context), exerciseOf(context))};
     }
     // The annulling user goes to the backup and to a header that stays; without --user the
     // header's own user is kept.
@@ -111,16 +110,24 @@ int runAnnul(const AnnulOptions& options) {
 
     const std::int64_t backup = scalar(
         opened, "SELECT MAX(IDBak) FROM BakAnulado_Asientos" + where + " AND Codigo = " + number);
-    std::cout << "Annulled entry " << options.entry << " of " << companyExercise(context)
-              << " (dated " << entry->Fecha().toIso() << "): " << plural(lines, "line")
-              << " taken out of the balances, backed up under backup " << backup
-              << " and deleted.\n";
+    const auto count = static_cast<unsigned long long>(lines);
+    std::cout << format(trn("Annulled entry %d of company %d, exercise %d (dated %s): %llu line "
+                            "taken out of the balances, backed up under backup %lld and deleted.",
+                            "Annulled entry %d of company %d, exercise %d (dated %s): %llu lines "
+                            "taken out of the balances, backed up under backup %lld and deleted.",
+                            count),
+                        static_cast<int>(options.entry), companyOf(context), exerciseOf(context),
+                        dateText(entry->Fecha()).c_str(), count, static_cast<long long>(backup))
+              << "\n";
     if (entry->Existe()) {
-        std::cout << "The header stays, marked annulled (Nulo) by user " << entry->Usuario() << ": "
-                  << options.entry << " was not the last number given.\n";
+        std::cout << format(_("The header stays, marked annulled (Nulo) by user %d: %d was not "
+                              "the last number given."),
+                            static_cast<int>(entry->Usuario()), static_cast<int>(options.entry))
+                  << "\n";
     } else {
-        std::cout << "The header was deleted and number " << options.entry
-                  << " given back to the counter.\n";
+        std::cout << format(_("The header was deleted and number %d given back to the counter."),
+                            static_cast<int>(options.entry))
+                  << "\n";
     }
     return kExitOk;
 }
@@ -136,8 +143,8 @@ struct RenumberOptions {
 
 int runRenumber(const RenumberOptions& options) {
     if (options.from == options.to) {
-        throw Refused{"entry " + std::to_string(options.from) +
-                      " cannot be moved onto itself: OLD and NEW must differ"};
+        throw Refused{format(_("entry %d cannot be moved onto itself: OLD and NEW must differ"),
+                             static_cast<int>(options.from))};
     }
     CompanyDatabase opened =
         openCompanyDatabase(options.database, options.company, options.exercise, options.user);
@@ -145,26 +152,45 @@ int runRenumber(const RenumberOptions& options) {
     // The lines take the new entry's date from its header, which must therefore exist.
     auto target = entryHeader(opened, options.to);
     if (!target->Cargar()) {
-        throw Refused{"entry " + std::to_string(options.to) + " has no header in " +
-                      companyExercise(context) +
-                      "; create it first: renumber moves the lines into an existing entry"};
+        throw Refused{format(_("entry %d has no header in company %d, exercise %d; create it "
+                               "first: renumber moves the lines into an existing entry"),
+                             static_cast<int>(options.to), companyOf(context),
+                             exerciseOf(context))};
     }
     const std::int64_t lines =
         scalar(opened, "SELECT COUNT(*) FROM Movimientos" + whereCompanyExercise(context) +
                            " AND Cod_Asiento = " + sql::integer(options.from));
     if (lines == 0) {
-        throw Refused{"entry " + std::to_string(options.from) + " has no lines in " +
-                      companyExercise(context) + "; there is nothing to move"};
+        throw Refused{format(_("entry %d has no lines in company %d, exercise %d; there is "
+                               "nothing to move"),
+                             static_cast<int>(options.from), companyOf(context),
+                             exerciseOf(context))};
     }
 
     journalLine(opened)->Cambiar_Asiento(options.from, options.to);
 
-    std::cout << "Moved " << plural(lines, "line") << " of entry " << options.from << " to entry "
-              << options.to << " (dated " << target->Fecha().toIso()
-              << "), with their balances, secondary lines"
-              << (context.TipoImpuesto() == 1 ? ", payment forecasts and IGIC book records"
-                                              : " and payment forecasts")
-              << ".\n";
+    const auto count = static_cast<unsigned long long>(lines);
+    const int from = static_cast<int>(options.from);
+    const int to = static_cast<int>(options.to);
+    const std::string date = dateText(target->Fecha());
+    if (context.TipoImpuesto() == 1) {
+        std::cout << format(trn("Moved %llu line of entry %d to entry %d (dated %s), with their "
+                                "balances, secondary lines, payment forecasts and IGIC book "
+                                "records.",
+                                "Moved %llu lines of entry %d to entry %d (dated %s), with their "
+                                "balances, secondary lines, payment forecasts and IGIC book "
+                                "records.",
+                                count),
+                            count, from, to, date.c_str());
+    } else {
+        std::cout << format(trn("Moved %llu line of entry %d to entry %d (dated %s), with their "
+                                "balances, secondary lines and payment forecasts.",
+                                "Moved %llu lines of entry %d to entry %d (dated %s), with their "
+                                "balances, secondary lines and payment forecasts.",
+                                count),
+                            count, from, to, date.c_str());
+    }
+    std::cout << "\n";
     return kExitOk;
 }
 
@@ -185,7 +211,7 @@ struct ReassignOptions {
 Date isoDate(const std::string& text, const char* option) {
     const auto date = Date::parseIso(text);
     if (!date || date->hasTime()) {
-        throw UsageError{std::string(option) + " must be a date as YYYY-MM-DD: '" + text + "'"};
+        throw UsageError{format(_("%s must be a date as YYYY-MM-DD: '%s'"), option, text.c_str())};
     }
     return *date;
 }
@@ -195,7 +221,8 @@ void requireDigits(const std::string& account, const char* option) {
         return std::isdigit(static_cast<unsigned char>(c)) != 0;
     });
     if (!digits) {
-        throw UsageError{std::string(option) + " must be an account of digits: '" + account + "'"};
+        throw UsageError{
+            format(_("%s must be an account of digits: '%s'"), option, account.c_str())};
     }
 }
 
@@ -203,18 +230,18 @@ int runReassign(const ReassignOptions& options) {
     requireDigits(options.from, "--from");
     requireDigits(options.to, "--to");
     requireDigits(options.destination, "--dest");
-    if (options.to < options.from) throw UsageError{"--to must not come before --from"};
+    if (options.to < options.from) throw UsageError{_("--to must not come before --from")};
     const Date start = isoDate(options.start, "--start");
     const Date end = isoDate(options.end, "--end");
-    if (end < start) throw UsageError{"--end must not be before --start"};
+    if (end < start) throw UsageError{_("--end must not be before --start")};
 
     CompanyDatabase opened =
         openCompanyDatabase(options.database, options.company, options.exercise, options.user);
     EmpresaContext& context = *opened.context;
     if (options.destination.size() != static_cast<std::size_t>(context.LongitudCuenta())) {
-        throw UsageError{"--dest must be a posting account of " +
-                         std::to_string(context.LongitudCuenta()) + " digits: '" +
-                         options.destination + "'"};
+        throw UsageError{format(_("--dest must be a posting account of %d digits: '%s'"),
+                                static_cast<int>(context.LongitudCuenta()),
+                                options.destination.c_str())};
     }
     const std::int16_t reconciliation = options.reconciled ? 1 : options.unreconciled ? 2 : 0;
     std::string selection = " AND Cuenta BETWEEN '" + options.from + "' AND '" + options.to +
@@ -225,31 +252,46 @@ int runReassign(const ReassignOptions& options) {
     const std::int64_t lines = scalar(
         opened, "SELECT COUNT(*) FROM Movimientos" + whereCompanyExercise(context) + selection);
     if (lines == 0) {
-        const std::string range = options.from + " to " + options.to;
-        const std::string dates = start.toIso() + " to " + end.toIso();
-        std::string message;
-        if (reconciliation == 1) {
-            message = "no reconciled line of accounts " + range + " is dated " + dates + " in " +
-                      companyExercise(context) + "; there is nothing to move";
-        } else if (reconciliation == 2) {
-            message = "no unreconciled line of accounts " + range + " is dated " + dates +
-                      " in " + companyExercise(context) + "; there is nothing to move";
-        } else {
-            message = "no line of accounts " + range + " is dated " + dates + " in " +
-                      companyExercise(context) + "; there is nothing to move";
-        }
-        throw Refused{message};
+        const char* sentence =
+            reconciliation == 1
+                ? _("no reconciled line of accounts %s to %s is dated %s to %s in company %d, "
+                    "exercise %d; there is nothing to move")
+            : reconciliation == 2
+                ? _("no unreconciled line of accounts %s to %s is dated %s to %s in company %d, "
+                    "exercise %d; there is nothing to move")
+                : _("no line of accounts %s to %s is dated %s to %s in company %d, exercise %d; "
+                    "there is nothing to move");
+        throw Refused{format(sentence, options.from.c_str(), options.to.c_str(),
+                             dateText(start).c_str(), dateText(end).c_str(), companyOf(context),
+                             exerciseOf(context))};
     }
 
     journalLine(opened)->Cambiar_Cuenta(options.from, options.to, options.destination, start, end,
                                         reconciliation);
 
-    std::cout << "Moved " << plural(lines, "line") << " of accounts " << options.from << " to "
-              << options.to << " dated " << start.toIso() << " to " << end.toIso()
-              << (reconciliation == 1   ? " (reconciled only)"
-                  : reconciliation == 2 ? " (unreconciled only)"
-                                        : "")
-              << " to account " << options.destination << ", with their balances.\n";
+    const auto count = static_cast<unsigned long long>(lines);
+    const char* sentence =
+        reconciliation == 1
+            ? trn("Moved %llu line of accounts %s to %s dated %s to %s (reconciled only) to "
+                  "account %s, with their balances.",
+                  "Moved %llu lines of accounts %s to %s dated %s to %s (reconciled only) to "
+                  "account %s, with their balances.",
+                  count)
+        : reconciliation == 2
+            ? trn("Moved %llu line of accounts %s to %s dated %s to %s (unreconciled only) to "
+                  "account %s, with their balances.",
+                  "Moved %llu lines of accounts %s to %s dated %s to %s (unreconciled only) to "
+                  "account %s, with their balances.",
+                  count)
+            : trn("Moved %llu line of accounts %s to %s dated %s to %s to account %s, with "
+                  "their balances.",
+                  "Moved %llu lines of accounts %s to %s dated %s to %s to account %s, with "
+                  "their balances.",
+                  count);
+    std::cout << format(sentence, count, options.from.c_str(), options.to.c_str(),
+                        dateText(start).c_str(), dateText(end).c_str(),
+                        options.destination.c_str())
+              << "\n";
     return kExitOk;
 }
 
@@ -259,19 +301,19 @@ Command addAnnulCommand(CLI::App& app) {
     auto options = std::make_shared<AnnulOptions>();
     CLI::App* command = app.add_subcommand(
         "annul",
-        "Annul a posted entry: its lines, secondary lines and tax books are backed up\n"
+        _("Annul a posted entry: its lines, secondary lines and tax books are backed up\n"
         "(BakAnulado_* tables) and removed, and its amounts taken out of the balances. The\n"
         "header is deleted and its number given back when it was the last number given;\n"
         "otherwise it stays, empty and marked annulled. An entry that does not exist or is\n"
-        "already annulled is refused (exit 1); so is the opening entry 0 without --force.");
-    addDatabaseOptions(command, options->database, "Company database file");
-    command->add_option("ENTRY", options->entry, "Number of the entry to annul")->required();
+        "already annulled is refused (exit 1); so is the opening entry 0 without --force."));
+    addDatabaseOptions(command, options->database, _("Company database file"));
+    command->add_option("ENTRY", options->entry, _("Number of the entry to annul"))->required();
     command
         ->add_option("--user", options->user,
-                     "User who annuls (default: the user recorded on the header)")
+                     _("User who annuls (default: the user recorded on the header)"))
         ->check(CLI::Range(0, 32767));
     command->add_flag("--force", options->force,
-                      "Annul the opening entry 0 too (it carries the opening balances)");
+                      _("Annul the opening entry 0 too (it carries the opening balances)"));
     addCompanyExerciseOptions(command, options->company, options->exercise);
     return {command, [options] { return runAnnul(*options); }};
 }
@@ -280,15 +322,15 @@ Command addRenumberCommand(CLI::App& app) {
     auto options = std::make_shared<RenumberOptions>();
     CLI::App* command = app.add_subcommand(
         "renumber",
-        "Move every line of entry OLD to the existing entry NEW, which gives them its date:\n"
+        _("Move every line of entry OLD to the existing entry NEW, which gives them its date:\n"
         "balances move to the new date's period; secondary lines, payment forecasts and,\n"
         "when the company keeps the IGIC book (tax kind 1), its records follow.\n"
-        "OLD without lines, NEW without a header, or OLD equal to NEW is refused (exit 1).");
-    addDatabaseOptions(command, options->database, "Company database file");
-    command->add_option("OLD", options->from, "Entry whose lines move")->required();
-    command->add_option("NEW", options->to, "Entry that receives them (its header must exist)")
+        "OLD without lines, NEW without a header, or OLD equal to NEW is refused (exit 1)."));
+    addDatabaseOptions(command, options->database, _("Company database file"));
+    command->add_option("OLD", options->from, _("Entry whose lines move"))->required();
+    command->add_option("NEW", options->to, _("Entry that receives them (its header must exist)"))
         ->required();
-    command->add_option("--user", options->user, "User code of the operation")
+    command->add_option("--user", options->user, _("User code of the operation"))
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
     addCompanyExerciseOptions(command, options->company, options->exercise);
@@ -299,22 +341,22 @@ Command addReassignCommand(CLI::App& app) {
     auto options = std::make_shared<ReassignOptions>();
     CLI::App* command = app.add_subcommand(
         "reassign",
-        "Move the lines of the accounts --from..--to whose entries are dated --start..--end\n"
+        _("Move the lines of the accounts --from..--to whose entries are dated --start..--end\n"
         "to account --dest, with their balances, IGIC book records (tax kind 1), secondary\n"
-        "lines and tax counterparts. A selection without lines is refused (exit 1).");
-    addDatabaseOptions(command, options->database, "Company database file");
-    command->add_option("--from", options->from, "First account of the range")->required();
-    command->add_option("--to", options->to, "Last account of the range")->required();
-    command->add_option("--dest", options->destination, "Destination (posting) account")
+        "lines and tax counterparts. A selection without lines is refused (exit 1)."));
+    addDatabaseOptions(command, options->database, _("Company database file"));
+    command->add_option("--from", options->from, _("First account of the range"))->required();
+    command->add_option("--to", options->to, _("Last account of the range"))->required();
+    command->add_option("--dest", options->destination, _("Destination (posting) account"))
         ->required();
-    command->add_option("--start", options->start, "First entry date, YYYY-MM-DD")->required();
-    command->add_option("--end", options->end, "Last entry date, YYYY-MM-DD")->required();
+    command->add_option("--start", options->start, _("First entry date, YYYY-MM-DD"))->required();
+    command->add_option("--end", options->end, _("Last entry date, YYYY-MM-DD"))->required();
     CLI::Option* reconciled =
-        command->add_flag("--reconciled", options->reconciled, "Only reconciled lines");
+        command->add_flag("--reconciled", options->reconciled, _("Only reconciled lines"));
     CLI::Option* unreconciled =
-        command->add_flag("--unreconciled", options->unreconciled, "Only unreconciled lines");
+        command->add_flag("--unreconciled", options->unreconciled, _("Only unreconciled lines"));
     reconciled->excludes(unreconciled);
-    command->add_option("--user", options->user, "User code stamped on the changed lines")
+    command->add_option("--user", options->user, _("User code stamped on the changed lines"))
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
     addCompanyExerciseOptions(command, options->company, options->exercise);

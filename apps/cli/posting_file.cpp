@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "commands.h"
+#include "i18n.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/forecasts/cls_prev_cobros.h"
@@ -19,6 +20,7 @@
 #include "kvlnmov/schema/schema.h"
 #include "kvlnmov/taxbooks/cls_libro_igic.h"
 #include "kvlnmov/taxbooks/cls_libro_irpf.h"
+#include "text_table.h"
 
 namespace kvlnmov::cli {
 
@@ -74,7 +76,7 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
         body.remove_prefix(1);
     }
     if (body.empty() || body.find_first_not_of("0123456789.,") != std::string_view::npos) {
-        refuse(where, "not an amount: '" + text + "'");
+        refuse(where, cli::format(_("not an amount: '%s'"), std::string(text).c_str()));
     }
     std::size_t lastPoint = body.rfind('.');
     std::size_t lastComma = body.rfind(',');
@@ -89,9 +91,9 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
             bool once = body.find(mark) == last;
             std::size_t after = body.size() - last - 1;
             if (once && after == 3 && groupedByThousands(body, mark)) {
-                refuse(where, "the amount '" + text +
-                                  "' could be read with either decimal mark; say which one "
-                                  "with --decimal ',' or --decimal '.'");
+                refuse(where, cli::format(_("the amount '%s' could be read with either decimal mark; "
+                                  "say which one with --decimal ',' or --decimal '.'"),
+                                std::string(text).c_str()));
             }
             // One mark followed by other than three digits can only be the decimal mark;
             // the same mark twice can only separate thousands.
@@ -106,44 +108,46 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
     std::string_view fraction =
         mark == std::string_view::npos ? std::string_view() : body.substr(mark + 1);
     if (mark != std::string_view::npos && fraction.find(decimal) != std::string_view::npos) {
-        refuse(where, std::string("the amount '") + text + "' has the decimal mark '" + decimal +
-                          "' more than once");
+        refuse(where, cli::format(_("the amount '%s' has the decimal mark '%c' more than once"),
+                        std::string(text).c_str(), decimal));
     }
     std::string digits;
     if (whole.find(other) != std::string_view::npos) {
         if (!thousands || !groupedByThousands(whole, other)) {
             refuse(where, thousands
-                              ? std::string("the amount '") + text + "' does not read with '" +
-                                    decimal + "' as decimal mark: '" + other +
-                                    "' may only separate groups of three digits"
-                              : std::string("not an amount with '.' as decimal mark and no "
-                                            "thousands separator: '") +
-                                    text + "'");
+                              ? cli::format(_("the amount '%s' does not read with '%c' as decimal mark: "
+                                    "'%c' may only separate groups of three digits"),
+                                  std::string(text).c_str(), decimal, other)
+                              : cli::format(_("not an amount with '.' as decimal mark and no thousands "
+                                    "separator: '%s'"),
+                                  std::string(text).c_str()));
         }
         for (char c : whole) {
             if (c != other) digits += c;
         }
     } else {
-        if (!whole.empty() && !allDigits(whole)) refuse(where, "not an amount: '" + text + "'");
+        if (!whole.empty() && !allDigits(whole))
+            refuse(where, cli::format(_("not an amount: '%s'"), std::string(text).c_str()));
         digits = whole;
     }
     if (mark != std::string_view::npos) {
         if (fraction.find(other) != std::string_view::npos) {
-            refuse(where, std::string("the amount '") + text + "' does not read with '" + decimal +
-                              "' as decimal mark");
+            refuse(where, cli::format(_("the amount '%s' does not read with '%c' as decimal mark"),
+                            std::string(text).c_str(), decimal));
         }
-        if (!allDigits(fraction)) refuse(where, "not an amount: '" + text + "'");
+        if (!allDigits(fraction))
+            refuse(where, cli::format(_("not an amount: '%s'"), std::string(text).c_str()));
         if (fraction.size() > kCents) {
-            refuse(where, "the amount '" + text + "' has " + std::to_string(fraction.size()) +
-                              " decimals; amounts are written in cents (at most 2 decimals) "
-                              "and are never rounded");
+            refuse(where, cli::format(_("the amount '%s' has %zu decimals; amounts are written in cents "
+                              "(at most 2 decimals) and are never rounded"),
+                            std::string(text).c_str(), fraction.size()));
         }
         digits += '.';
         digits += fraction;
     }
     if (digits.empty() || digits[0] == '.') digits.insert(digits.begin(), '0');
     auto amount = Currency::parse((negative ? "-" : "") + digits);
-    if (!amount) refuse(where, "the amount '" + text + "' is out of range");
+    if (!amount) refuse(where, cli::format(_("the amount '%s' is out of range"), std::string(text).c_str()));
     return *amount;
 }
 
@@ -151,7 +155,7 @@ Currency readAmount(std::string_view written, char decimal, bool thousands,
 /// file holds (see RawNumbers), so nothing was rounded on the way.
 Currency amountOf(const Json& value, const std::string& where) {
     if (value.is_number_integer()) return readAmount(value.dump(), '.', false, where);
-    if (!value.is_string()) refuse(where, "not an amount: " + value.dump());
+    if (!value.is_string()) refuse(where, cli::format(_("not an amount: %s"), value.dump().c_str()));
     return readAmount(value.get<std::string>(), '.', false, where);
 }
 
@@ -159,10 +163,11 @@ Date dateOf(const std::string& text, const std::string& where) {
     auto date = Date::parseIso(text);
     if (!date || date->hasTime()) {
         if (text.find('/') != std::string::npos) {
-            refuse(where, "the date must be YYYY-MM-DD: '" + text +
-                              "' (for dd/mm/yyyy dates in a CSV file use --date-format dmy)");
+            refuse(where, cli::format(_("the date must be YYYY-MM-DD: '%s' (for dd/mm/yyyy dates in a CSV "
+                              "file use --date-format dmy)"),
+                            std::string(text).c_str()));
         }
-        refuse(where, "the date must be YYYY-MM-DD: '" + text + "'");
+        refuse(where, cli::format(_("the date must be YYYY-MM-DD: '%s'"), std::string(text).c_str()));
     }
     return *date;
 }
@@ -181,28 +186,31 @@ Date dayMonthYearOf(const std::string& text, const std::string& where) {
             date = Date::fromYmd(std::stoi(year), std::stoi(month), std::stoi(day));
         }
     }
-    if (!date) refuse(where, "the date must be dd/mm/yyyy (--date-format dmy): '" + text + "'");
+    if (!date) {
+        refuse(where, cli::format(_("the date must be dd/mm/yyyy (--date-format dmy): '%s'"),
+                        std::string(text).c_str()));
+    }
     return *date;
 }
 
 std::int16_t departmentOf(long long value, const std::string& where) {
-    if (value < 0 || value > 32767) refuse(where, "department out of range");
+    if (value < 0 || value > 32767) refuse(where, _("department out of range"));
     return static_cast<std::int16_t>(value);
 }
 
 void onlyKeys(const Json& object, std::initializer_list<const char*> allowed,
               const std::string& where) {
-    if (!object.is_object()) refuse(where, "expected an object");
+    if (!object.is_object()) refuse(where, _("expected an object"));
     for (const auto& [key, value] : object.items()) {
         bool known = false;
         for (const char* name : allowed) known = known || key == name;
-        if (!known) refuse(where, "unknown key \"" + key + "\"");
+        if (!known) refuse(where, cli::format(_("unknown key \"%s\""), std::string(key).c_str()));
     }
 }
 
 std::string textOf(const Json& object, const char* key, const std::string& where) {
     if (!object.contains(key)) return {};
-    if (!object[key].is_string()) refuse(where, std::string(key) + " must be a text");
+    if (!object[key].is_string()) refuse(where, cli::format(_("%s must be a text"), key));
     return object[key].get<std::string>();
 }
 
@@ -210,13 +218,13 @@ std::int16_t smallOf(const Json& object, const char* key, const std::string& whe
     if (!object.contains(key)) return 0;
     if (!object[key].is_number_integer() || object[key].get<long long>() < 0 ||
         object[key].get<long long>() > 32767) {
-        refuse(where, std::string(key) + " must be a whole number from 0 to 32767");
+        refuse(where, cli::format(_("%s must be a whole number from 0 to 32767"), key));
     }
     return static_cast<std::int16_t>(object[key].get<long long>());
 }
 
 Currency requiredAmount(const Json& object, const char* key, const std::string& where) {
-    if (!object.contains(key)) refuse(where, std::string("missing ") + key);
+    if (!object.contains(key)) refuse(where, cli::format(_("missing %s"), key));
     return amountOf(object[key], where);
 }
 
@@ -233,20 +241,20 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
     } else if (book == "capital") {
         invoice.book = enmLibros::kvBienInversion;
     } else {
-        refuse(where, "book must be \"issued\", \"received\" or \"capital\"");
+        refuse(where, _("book must be \"issued\", \"received\" or \"capital\""));
     }
     std::string tax = textOf(item, "tax", where);
-    if (tax != "IVA" && tax != "IGIC") refuse(where, "tax must be \"IVA\" or \"IGIC\"");
+    if (tax != "IVA" && tax != "IGIC") refuse(where, _("tax must be \"IVA\" or \"IGIC\""));
     invoice.tax = tax == "IVA" ? 2 : 1;
     invoice.account = textOf(item, "account", where);
     invoice.name = textOf(item, "name", where);
     invoice.nif = textOf(item, "nif", where);
     invoice.document = textOf(item, "document", where);
     if (item.contains("rates")) {
-        if (!item["rates"].is_array()) refuse(where, "rates must be a list");
+        if (!item["rates"].is_array()) refuse(where, _("rates must be a list"));
         for (std::size_t i = 0; i < item["rates"].size(); ++i) {
             const Json& rate = item["rates"][i];
-            std::string at = where + ", rate line " + std::to_string(i + 1);
+            std::string at = cli::format(_("%s, rate line %zu"), where.c_str(), i + 1);
             onlyKeys(rate, {"operation", "base", "rate", "tax"}, at);
             DraftRate line;
             line.operation = rate.contains("operation") ? smallOf(rate, "operation", at) : 1;
@@ -258,7 +266,7 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
     }
     if (item.contains("withholding")) {
         const Json& held = item["withholding"];
-        std::string at = where + ", withholding";
+        std::string at = cli::format(_("%s, withholding"), where.c_str());
         onlyKeys(held, {"key", "rate", "account", "base", "amount", "total"}, at);
         DraftWithholding withholding;
         withholding.key = held.contains("key") ? smallOf(held, "key", at) : 1;
@@ -270,13 +278,13 @@ DraftInvoice readInvoice(const Json& item, const std::string& where) {
         invoice.withholding = withholding;
     }
     if (item.contains("due")) {
-        if (!item["due"].is_array()) refuse(where, "due must be a list");
+        if (!item["due"].is_array()) refuse(where, _("due must be a list"));
         for (std::size_t i = 0; i < item["due"].size(); ++i) {
             const Json& due = item["due"][i];
-            std::string at = where + ", due date " + std::to_string(i + 1);
+            std::string at = cli::format(_("%s, due date %zu"), where.c_str(), i + 1);
             onlyKeys(due, {"date", "amount"}, at);
             if (!due.contains("date") || !due["date"].is_string())
-                refuse(at, "a due date needs its date");
+                refuse(at, _("a due date needs its date"));
             invoice.due.push_back(
                 {dateOf(due["date"].get<std::string>(), at), requiredAmount(due, "amount", at)});
         }
@@ -310,14 +318,14 @@ void checkReferencesInFile(const std::vector<DraftEntry>& entries, const std::st
     for (const DraftEntry& entry : entries) {
         if (entry.externalReference.find_first_not_of(' ') == std::string::npos) {
             refuse(name + ", " + entry.origin,
-                   "the entry has no reference; every entry needs one, unique in the exercise, "
-                   "so that posting the same file again is refused");
+                   _("the entry has no reference; every entry needs one, unique in the exercise, "
+                     "so that posting the same file again is refused"));
         }
         auto [found, added] = seen.emplace(referenceKey(entry.externalReference), entry.origin);
         if (!added) {
-            refuse(name + ", " + entry.origin, "the reference " + entry.externalReference +
-                                                   " is also that of " + found->second +
-                                                   "; references must be unique");
+            refuse(name + ", " + entry.origin,
+                   cli::format(_("the reference %s is also that of %s; references must be unique"),
+                     entry.externalReference.c_str(), found->second.c_str()));
         }
     }
 }
@@ -328,30 +336,30 @@ std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
         RawNumbers builder(file);
         Json::sax_parse(input, &builder);
     } catch (const Json::parse_error& error) {
-        refuse(name, std::string("not valid JSON: ") + error.what());
+        refuse(name, cli::format(_("not valid JSON: %s"), error.what()));
     }
     onlyKeys(file, {"entries"}, name);
     if (!file.contains("entries") || !file["entries"].is_array())
-        refuse(name, "expected {\"entries\": [...]}");
+        refuse(name, _("expected {\"entries\": [...]}"));
     std::vector<DraftEntry> entries;
     for (std::size_t i = 0; i < file["entries"].size(); ++i) {
         const Json& item = file["entries"][i];
-        std::string where = name + ", entry " + std::to_string(i + 1);
+        std::string where = cli::format(_("%s, entry %zu"), name.c_str(), i + 1);
         onlyKeys(item, {"date", "closing", "reference", "remarks", "lines", "invoice"}, where);
         DraftEntry entry;
-        entry.origin = "entry " + std::to_string(i + 1);
-        if (!item.contains("date") || !item["date"].is_string()) refuse(where, "missing date");
+        entry.origin = cli::format(_("entry %zu"), i + 1);
+        if (!item.contains("date") || !item["date"].is_string()) refuse(where, _("missing date"));
         entry.date = dateOf(item["date"].get<std::string>(), where);
         if (item.contains("closing")) {
-            if (!item["closing"].is_boolean()) refuse(where, "closing must be true or false");
+            if (!item["closing"].is_boolean()) refuse(where, _("closing must be true or false"));
             entry.closing = item["closing"].get<bool>();
         }
         entry.externalReference = textOf(item, "reference", where);
         entry.remarks = textOf(item, "remarks", where);
-        if (!item.contains("lines") || !item["lines"].is_array()) refuse(where, "missing lines");
+        if (!item.contains("lines") || !item["lines"].is_array()) refuse(where, _("missing lines"));
         for (std::size_t j = 0; j < item["lines"].size(); ++j) {
             const Json& row = item["lines"][j];
-            std::string at = where + ", line " + std::to_string(j + 1);
+            std::string at = cli::format(_("%s, line %zu"), where.c_str(), j + 1);
             onlyKeys(row, {"account", "debit", "credit", "concept", "document", "department"}, at);
             DraftLine line;
             line.account = textOf(row, "account", at);
@@ -361,14 +369,14 @@ std::vector<DraftEntry> readJson(std::istream& input, const std::string& name) {
             line.document = textOf(row, "document", at);
             if (row.contains("department")) {
                 if (!row["department"].is_number_integer())
-                    refuse(at, "department must be a number");
+                    refuse(at, _("department must be a number"));
                 line.department = departmentOf(row["department"].get<long long>(), at);
             }
             entry.lines.push_back(line);
-            entry.lineOrigins.push_back(entry.origin + ", line " + std::to_string(j + 1));
+            entry.lineOrigins.push_back(cli::format(_("%s, line %zu"), entry.origin.c_str(), j + 1));
         }
         if (item.contains("invoice"))
-            entry.invoice = readInvoice(item["invoice"], where + ", invoice");
+            entry.invoice = readInvoice(item["invoice"], cli::format(_("%s, invoice"), where.c_str()));
         entries.push_back(std::move(entry));
     }
     checkReferencesInFile(entries, name);
@@ -410,18 +418,18 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
     const char delimiter = format.delimiter;
     const char other = delimiter == ';' ? ',' : ';';
     std::string text;
-    if (!std::getline(input, text)) refuse(name, "empty file");
+    if (!std::getline(input, text)) refuse(name, _("empty file"));
     // A byte order mark, as spreadsheets write it before UTF-8 text.
     if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3);
     if (splitCsv(text, delimiter) != kHeader) {
         if (splitCsv(text, other) == kHeader) {
-            refuse(name, std::string("the fields are separated by '") + other +
-                             "'; say so with --delimiter '" + other + "'");
+            refuse(name, cli::format(_("the fields are separated by '%c'; say so with --delimiter '%c'"),
+                           other, other));
         }
         std::string header;
         for (const std::string& field : kHeader)
             header += (header.empty() ? "" : std::string(1, delimiter)) + field;
-        refuse(name, "the first line must be " + header);
+        refuse(name, cli::format(_("the first line must be %s"), header.c_str()));
     }
     std::vector<DraftEntry> entries;
     std::map<std::string, std::size_t> byKey;
@@ -429,15 +437,15 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
     while (std::getline(input, text)) {
         ++number;
         if (text.find_first_not_of(" \t\r") == std::string::npos) continue;
-        std::string where = name + ", line " + std::to_string(number);
+        std::string where = cli::format(_("%s, line %zu"), name.c_str(), static_cast<std::size_t>(number));
         auto fields = splitCsv(text, delimiter);
         if (fields.size() != kHeader.size()) {
             if (delimiter == ',') {
-                refuse(where, "expected 8 fields, found " + std::to_string(fields.size()) +
-                                  " (with --delimiter ',' an amount written with a decimal "
-                                  "comma must be quoted: \"12,50\")");
+                refuse(where, cli::format(_("expected 8 fields, found %zu (with --delimiter ',' an amount "
+                                  "written with a decimal comma must be quoted: \"12,50\")"),
+                                fields.size()));
             }
-            refuse(where, "expected 8 fields, found " + std::to_string(fields.size()));
+            refuse(where, cli::format(_("expected 8 fields, found %zu"), fields.size()));
         }
         Date date =
             format.dayMonthYear ? dayMonthYearOf(fields[1], where) : dateOf(fields[1], where);
@@ -447,15 +455,15 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
             DraftEntry entry;
             entry.date = date;
             entry.externalReference = key;
-            entry.origin = "entry " + key + " (line " + std::to_string(number) + ")";
+            entry.origin = cli::format(_("entry %s (line %d)"), key.c_str(), number);
             found = byKey.emplace(key, entries.size()).first;
             entries.push_back(entry);
         } else if (found->second + 1 != entries.size()) {
-            refuse(where, "the entry " + key +
-                              " appears again after other entries; the lines "
-                              "of an entry are consecutive and every entry has its own key");
+            refuse(where, cli::format(_("the entry %s appears again after other entries; the lines of an "
+                              "entry are consecutive and every entry has its own key"),
+                            key.c_str()));
         } else if (entries[found->second].date != date) {
-            refuse(where, "the lines of entry " + key + " have different dates");
+            refuse(where, cli::format(_("the lines of entry %s have different dates"), key.c_str()));
         }
         DraftLine line;
         line.account = fields[2];
@@ -470,11 +478,11 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
                 if (used != fields[7].size()) throw std::invalid_argument("department");
                 line.department = departmentOf(value, where);
             } catch (const std::logic_error&) {
-                refuse(where, "department must be a number: '" + fields[7] + "'");
+                refuse(where, cli::format(_("department must be a number: '%s'"), fields[7].c_str()));
             }
         }
         entries[found->second].lines.push_back(line);
-        entries[found->second].lineOrigins.push_back("line " + std::to_string(number));
+        entries[found->second].lineOrigins.push_back(cli::format(_("line %d"), number));
     }
     checkReferencesInFile(entries, name);
     return entries;
@@ -484,11 +492,11 @@ std::vector<DraftEntry> readCsv(std::istream& input, const std::string& name,
 
 std::vector<DraftEntry> readPostingFile(const std::filesystem::path& file, const CsvFormat& csv) {
     std::ifstream input(file, std::ios::binary);
-    if (!input) throw UsageError{file.string() + ": cannot be read"};
+    if (!input) throw UsageError{cli::format(_("%s: cannot be read"), file.string().c_str())};
     std::string extension = file.extension().string();
     if (extension == ".json") return readJson(input, file.string());
     if (extension == ".csv") return readCsv(input, file.string(), csv);
-    throw UsageError{file.string() + ": the file must end in .json or .csv"};
+    throw UsageError{cli::format(_("%s: the file must end in .json or .csv"), file.string().c_str())};
 }
 
 namespace {
@@ -511,9 +519,9 @@ void checkWidth(const std::string& text, const char* field, const char* table, c
     auto width = static_cast<std::size_t>(declared->type.length);
     std::size_t characters = text::characterCount(text);
     if (characters > width) {
-        refuse(where, "the " + std::string(field) + " has " + std::to_string(characters) +
-                          " characters and the column " + table + "." + column + " holds " +
-                          std::to_string(width) + "; shorten it (nothing is cut on posting)");
+        refuse(where, cli::format(_("the %s has %zu characters and the column %s.%s holds %zu; shorten it "
+                          "(nothing is cut on posting)"),
+                        field, characters, table, column, width));
     }
 }
 
@@ -529,45 +537,49 @@ void checkPercentage(Currency base, std::int16_t rate, Currency amount, const ch
     Wide exact = Wide(base.raw()) * rate;
     Wide rounded = (exact + (exact < 0 ? -50 : 50)) / 100;
     Currency expected = Currency::fromRaw(static_cast<std::int64_t>(rounded));
-    refuse(where, "the " + std::string(what) + " " + money(amount) + " is not " +
-                      std::to_string(rate) + "% of the base " + money(base) + ", which is " +
-                      money(expected) + " (a difference of up to 0,01 is accepted)");
+    refuse(where, cli::format(_("the %s %s is not %d%% of the base %s, which is %s (a difference of up "
+                      "to 0,01 is accepted)"),
+                    what, money(amount).c_str(), static_cast<int>(rate), money(base).c_str(),
+                    money(expected).c_str()));
 }
 
 void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
     const DraftInvoice& invoice = *entry.invoice;
-    std::string where = entry.origin + ", invoice";
+    std::string where = cli::format(_("%s, invoice"), entry.origin.c_str());
     const DraftLine* party = partyLine(entry);
     if (!party)
-        refuse(where, "the account " + invoice.account + " is on none of the entry's lines");
+        refuse(where, cli::format(_("the account %s is on none of the entry's lines"),
+                        invoice.account.c_str()));
     for (const std::string* text : {&invoice.name, &invoice.nif, &invoice.document}) {
-        if (text->find('\'') != std::string::npos) refuse(where, "texts may not hold a quote (')");
+        if (text->find('\'') != std::string::npos) refuse(where, _("texts may not hold a quote (')"));
     }
     const char* book = invoice.tax == 2 ? "Iva" : "Igic";
     checkWidth(invoice.name, "name", book, "Nombre", where);
     checkWidth(invoice.nif, "nif", book, "Nif", where);
     checkWidth(invoice.document, "document", book, "Documento", where);
-    if (invoice.rates.empty()) refuse(where, "an invoice needs at least one rate line");
+    if (invoice.rates.empty()) refuse(where, _("an invoice needs at least one rate line"));
     for (std::size_t i = 0; i < invoice.rates.size(); ++i) {
         const DraftRate& rate = invoice.rates[i];
-        checkPercentage(rate.base, rate.rate, rate.tax, "tax",
-                        where + ", rate line " + std::to_string(i + 1));
+        checkPercentage(rate.base, rate.rate, rate.tax, _("tax"),
+                        cli::format(_("%s, rate line %zu"), where.c_str(), i + 1));
     }
     if (invoice.withholding) {
         const DraftWithholding& held = *invoice.withholding;
         if (held.account.size() != static_cast<std::size_t>(context.LongitudCuenta()) ||
             held.account.find_first_not_of("0123456789") != std::string::npos) {
-            refuse(where, "the withholding account must be a full account: '" + held.account + "'");
+            refuse(where, cli::format(_("the withholding account must be a full account: '%s'"),
+                            held.account.c_str()));
         }
-        checkPercentage(held.base, held.rate, held.amount, "withholding", where + ", withholding");
+        checkPercentage(held.base, held.rate, held.amount, _("withholding"),
+                        cli::format(_("%s, withholding"), where.c_str()));
     }
     if (!invoice.due.empty()) {
         Currency due;
         for (const DraftDue& item : invoice.due) due += item.amount;
         Currency owed = party->debit.isZero() ? party->credit : party->debit;
         if (due != owed) {
-            refuse(where, "the due amounts add up to " + due.toString() + ", the invoice to " +
-                              owed.toString());
+            refuse(where, cli::format(_("the due amounts add up to %s, the invoice to %s"),
+                            money(due).c_str(), money(owed).c_str()));
         }
     }
 }
@@ -575,25 +587,25 @@ void checkInvoice(const DraftEntry& entry, cEmpresa& context) {
 /// The name of line `index` of `entry` in messages.
 std::string lineOrigin(const DraftEntry& entry, std::size_t index) {
     if (index < entry.lineOrigins.size()) return entry.lineOrigins[index];
-    return entry.origin + ", line " + std::to_string(index + 1);
+    return cli::format(_("%s, line %zu"), entry.origin.c_str(), index + 1);
 }
 
 }  // namespace
 
 void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
-    if (entries.empty()) throw UsageError{"the file holds no entries"};
+    if (entries.empty()) throw UsageError{_("the file holds no entries")};
     auto length = static_cast<std::size_t>(context.LongitudCuenta());
     for (const DraftEntry& entry : entries) {
         const std::string& where = entry.origin;
         if (outsideExercise(context, entry.date)) {
-            refuse(where, "the date " + entry.date.toIso() + " is outside the exercise (" +
-                              context.FechaInicio().toIso() + " to " + context.FechaFin().toIso() +
-                              ")");
+            refuse(where, cli::format(_("the date %s is outside the exercise (%s to %s)"),
+                            dateText(entry.date).c_str(), dateText(context.FechaInicio()).c_str(),
+                            dateText(context.FechaFin()).c_str()));
         }
-        if (entry.lines.size() < 2) refuse(where, "an entry needs at least two lines");
+        if (entry.lines.size() < 2) refuse(where, _("an entry needs at least two lines"));
         for (const std::string* text : {&entry.externalReference, &entry.remarks}) {
             if (text->find('\'') != std::string::npos)
-                refuse(where, "texts may not hold a quote (')");
+                refuse(where, _("texts may not hold a quote (')"));
         }
         checkWidth(entry.externalReference, "reference", "Asientos", "CodigoExterno", where);
         checkWidth(entry.remarks, "remarks", "Asientos", "Observaciones", where);
@@ -604,16 +616,16 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
             std::string at = lineOrigin(entry, i);
             if (line.account.size() != length ||
                 line.account.find_first_not_of("0123456789") != std::string::npos) {
-                refuse(at, "the account must be " + std::to_string(length) + " digits: '" +
-                               line.account + "'");
+                refuse(at, cli::format(_("the account must be %zu digits: '%s'"), length,
+                             line.account.c_str()));
             }
             if (line.debit < Currency() || line.credit < Currency())
-                refuse(at, "amounts may not be negative");
+                refuse(at, _("amounts may not be negative"));
             if (line.debit.isZero() == line.credit.isZero())
-                refuse(at, "exactly one of debit and credit must be above zero");
+                refuse(at, _("exactly one of debit and credit must be above zero"));
             for (const std::string* text : {&line.description, &line.document}) {
                 if (text->find('\'') != std::string::npos)
-                    refuse(at, "texts may not hold a quote (')");
+                    refuse(at, _("texts may not hold a quote (')"));
             }
             checkWidth(line.description, "concept", "Movimientos", "Concepto", at);
             checkWidth(line.document, "document", "Movimientos", "Documento", at);
@@ -621,8 +633,8 @@ void checkEntries(const std::vector<DraftEntry>& entries, cEmpresa& context) {
             credits += line.credit;
         }
         if (debits != credits) {
-            refuse(where,
-                   "unbalanced: debits " + debits.toString() + ", credits " + credits.toString());
+            refuse(where, cli::format(_("unbalanced: debits %s, credits %s"), money(debits).c_str(),
+                            money(credits).c_str()));
         }
         if (entry.invoice) checkInvoice(entry, context);
     }
@@ -645,14 +657,15 @@ void checkAccountsInChart(const std::vector<DraftEntry>& entries,
             const std::string& account = entry.lines[i].account;
             if (chart.count(account) == 0) {
                 refuse(lineOrigin(entry, i),
-                       "the account " + account + " is not in the company's chart of accounts");
+                       cli::format(_("the account %s is not in the company's chart of accounts"),
+                         account.c_str()));
             }
         }
         if (entry.invoice && entry.invoice->withholding &&
             chart.count(entry.invoice->withholding->account) == 0) {
-            refuse(entry.origin + ", invoice, withholding",
-                   "the account " + entry.invoice->withholding->account +
-                       " is not in the company's chart of accounts");
+            refuse(cli::format(_("%s, invoice, withholding"), entry.origin.c_str()),
+                   cli::format(_("the account %s is not in the company's chart of accounts"),
+                     entry.invoice->withholding->account.c_str()));
         }
     }
 }
@@ -687,14 +700,15 @@ std::optional<std::string> referencesAlreadyPosted(const std::vector<DraftEntry>
     }
     if (!first) return std::nullopt;
     if (count == 1) {
-        return "Nothing was posted: the reference " + first->externalReference + " (" +
-               first->origin + ") is already in the books, as entry " + std::to_string(number) +
-               ".";
+        return cli::format(_("Nothing was posted: the reference %s (%s) is already in the books, as entry "
+                   "%d."),
+                 first->externalReference.c_str(), first->origin.c_str(),
+                 static_cast<int>(number));
     }
-    return "Nothing was posted: the reference " + first->externalReference + " (" + first->origin +
-           ") is already in the books, as entry " + std::to_string(number) + "; " +
-           std::to_string(count) + " of the file's " + std::to_string(entries.size()) +
-           " references are.";
+    return cli::format(_("Nothing was posted: the reference %s (%s) is already in the books, as entry %d; "
+               "%zu of the file's %zu references are."),
+             first->externalReference.c_str(), first->origin.c_str(), static_cast<int>(number),
+             count, entries.size());
 }
 
 namespace {

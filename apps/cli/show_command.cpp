@@ -15,6 +15,7 @@
 
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
 #include "kvlnmov/db/open.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/sql_text.h"
@@ -160,9 +161,10 @@ bool entryExists(const db::ConnectionRef& connection, std::int16_t company, std:
 
 int runShow(const ShowOptions& options) {
     if ((options.company == 0) != (options.exercise == 0))
-        throw UsageError{"give both --company and --exercise, or neither"};
+        throw UsageError{_("give both --company and --exercise, or neither")};
     if (options.entry < 0)
-        throw UsageError{"ENTRY must be an entry number: 0 for the opening entry, or above"};
+        throw UsageError{
+            _("ENTRY must be an entry number: 0 for the opening entry, or above")};
 
     const db::ConnectionRef connection = openExistingDatabase(options.database);
     offerConnection(connection);
@@ -171,8 +173,9 @@ int runShow(const ShowOptions& options) {
     if (company == 0)
         std::tie(company, exercise) = EmpresaContext::singleCompanyExercise(connection);
     if (!entryExists(connection, company, exercise, options.entry)) {
-        throw Refused{"entry " + std::to_string(options.entry) + " does not exist in company " +
-                      std::to_string(company) + ", exercise " + std::to_string(exercise)};
+        throw Refused{format(_("entry %d does not exist in company %d, exercise %d"),
+                             static_cast<int>(options.entry), static_cast<int>(company),
+                             static_cast<int>(exercise))};
     }
     auto context = std::make_shared<EmpresaContext>(connection, company, exercise);
 
@@ -192,19 +195,19 @@ Command addShowCommand(CLI::App& app) {
     auto options = std::make_shared<ShowOptions>();
     CLI::App* command = app.add_subcommand(
         "show",
-        "Show one journal entry as the entry viewer does: its number, date and last user, its\n"
+        _("Show one journal entry as the entry viewer does: its number, date and last user, its\n"
         "lines, the debit and credit totals and the imbalance.\n"
         "Without --company and --exercise the database must hold exactly one of each.\n"
         "ENTRY 0 is the opening entry. An entry that does not exist is refused (exit 1).\n"
         "On a terminal the entry goes through $PAGER (default: less -FRX); the lines are\n"
-        "written as they are read, so a long entry's first screen shows at once.");
-    addDatabaseOptions(command, options->database, "Company database file");
-    command->add_option("ENTRY", options->entry, "Entry number (0: the opening entry)")
+        "written as they are read, so a long entry's first screen shows at once."));
+    addDatabaseOptions(command, options->database, _("Company database file"));
+    command->add_option("ENTRY", options->entry, _("Entry number (0: the opening entry)"))
         ->required();
-    command->add_option("--company", options->company, "Company code")->check(CLI::Range(1, 32767));
-    command->add_option("--exercise", options->exercise, "Exercise code")
+    command->add_option("--company", options->company, _("Company code"))->check(CLI::Range(1, 32767));
+    command->add_option("--exercise", options->exercise, _("Exercise code"))
         ->check(CLI::Range(1, 32767));
-    command->add_flag("--no-pager", options->noPager, "Write to standard output, never to $PAGER");
+    command->add_flag("--no-pager", options->noPager, _("Write to standard output, never to $PAGER"));
     return Command{command, [options] { return runShow(*options); }};
 }
 

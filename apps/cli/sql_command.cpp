@@ -17,6 +17,7 @@
 
 #include "commands.h"
 #include "company_database.h"
+#include "i18n.h"
 #include "kvlnmov/db/script.h"
 #include "sql_console.h"
 #include "sql_runner.h"
@@ -45,20 +46,29 @@ std::optional<std::vector<db::ScriptStatement>> completeStatements(const std::st
             script.statements.push_back(std::move(script.rest));
             break;
         case db::ScriptEnd::UnclosedQuote:
-            std::cerr << "kvlnmov: the input ends inside the quoted text or name opened on line "
-                      << line << "; nothing was run.\n";
+            std::cerr << "kvlnmov: "
+                      << format(_("the input ends inside the quoted text or name opened on line "
+                                  "%s; nothing was run."),
+                                line.c_str())
+                      << "\n";
             return std::nullopt;
         case db::ScriptEnd::UnclosedComment:
-            std::cerr << "kvlnmov: the input ends inside the comment opened on line " << line
-                      << "; nothing was run.\n";
+            std::cerr << "kvlnmov: "
+                      << format(_("the input ends inside the comment opened on line %s; nothing "
+                                  "was run."),
+                                line.c_str())
+                      << "\n";
             return std::nullopt;
         case db::ScriptEnd::UnclosedParenthesis:
-            std::cerr << "kvlnmov: the input ends with the parenthesis opened on line " << line
-                      << " still open; nothing was run.\n";
+            std::cerr << "kvlnmov: "
+                      << format(_("the input ends with the parenthesis opened on line %s still "
+                                  "open; nothing was run."),
+                                line.c_str())
+                      << "\n";
             return std::nullopt;
     }
     if (script.statements.empty()) {
-        std::cerr << "kvlnmov: the input holds no statement; nothing was run.\n";
+        std::cerr << "kvlnmov: " << _("the input holds no statement; nothing was run.") << "\n";
         return std::nullopt;
     }
     return script.statements;
@@ -68,18 +78,20 @@ std::optional<std::vector<db::ScriptStatement>> completeStatements(const std::st
 /// which were never run.
 void reportStopped(std::size_t failed, std::size_t total) {
     if (failed == 0) {
-        std::cerr << "kvlnmov: no statement ran before it.\n";
+        std::cerr << "kvlnmov: " << _("no statement ran before it.") << "\n";
     } else if (failed == 1) {
-        std::cerr << "kvlnmov: statement 1 ran before it; its changes are kept.\n";
+        std::cerr << "kvlnmov: " << _("statement 1 ran before it; its changes are kept.") << "\n";
     } else {
-        std::cerr << "kvlnmov: statements 1 to " << failed
-                  << " ran before it; their changes are kept.\n";
+        std::cerr << "kvlnmov: "
+                  << format(_("statements 1 to %zu ran before it; their changes are kept."), failed)
+                  << "\n";
     }
     const std::size_t rest = total - failed - 1;
     if (rest == 1) {
-        std::cerr << "kvlnmov: statement " << total << " was not run.\n";
+        std::cerr << "kvlnmov: " << format(_("statement %zu was not run."), total) << "\n";
     } else if (rest > 1) {
-        std::cerr << "kvlnmov: statements " << failed + 2 << " to " << total << " were not run.\n";
+        std::cerr << "kvlnmov: "
+                  << format(_("statements %zu to %zu were not run."), failed + 2, total) << "\n";
     }
 }
 
@@ -117,7 +129,7 @@ Command addSqlCommand(CLI::App& app) {
     auto options = std::make_shared<SqlOptions>();
     CLI::App* command = app.add_subcommand(
         "sql",
-        "Run SQL Server (T-SQL) statements on a company database.\n"
+        _("Run SQL Server (T-SQL) statements on a company database.\n"
         "Statements come from STATEMENT, from standard input, or, when standard input is a\n"
         "terminal, from an interactive console (prompt \"kvlnmov> \", \"    -> \" while a\n"
         "statement goes on, line editing, history kept in ~/.kvlnmov_history; Ctrl-D or quit\n"
@@ -136,16 +148,16 @@ Command addSqlCommand(CLI::App& app) {
         "money with two decimals (four when it has them) and other non-integer numbers in\n"
         "the regional form (1.210,00), integers as they are, bit columns as 1/0.\n"
         "A database error prints \"Error <number> (<source>): <description>\", then which\n"
-        "statement failed: \"statement <n> (line <l>) failed: <its first line>\".");
-    addDatabaseOptions(command, options->database, "Database file (must exist)");
+        "statement failed: \"statement <n> (line <l>) failed: <its first line>\"."));
+    addDatabaseOptions(command, options->database, _("Database file (must exist)"));
     CLI::Option* statement = command->add_option(
-        "STATEMENT", options->statement, "T-SQL statements to run instead of standard input");
+        "STATEMENT", options->statement, _("T-SQL statements to run instead of standard input"));
     command->add_flag("--transaction", options->transaction,
-                      "Run all the statements in one transaction: all or nothing");
+                      _("Run all the statements in one transaction: all or nothing"));
     command->add_flag("--csv", options->csv,
-                      "Print rows as CSV for programs: a header line, \".\" as decimal "
+                      _("Print rows as CSV for programs: a header line, \".\" as decimal "
                       "separator, ISO dates (YYYY-MM-DD[ HH:MM:SS[.mmm]]), NULL as an empty "
-                      "field; statements that return no rows print nothing");
+                      "field; statements that return no rows print nothing"));
     return Command{command, [options, statement] {
                        options->statementGiven = statement->count() > 0;
                        return runSql(*options);

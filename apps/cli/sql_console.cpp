@@ -10,6 +10,7 @@
 #include <string>
 
 #include "commands.h"
+#include "i18n.h"
 #include "kvlnmov/db/script.h"
 
 namespace kvlnmov::cli {
@@ -100,8 +101,9 @@ int runConsole(StatementRunner& runner) {
         }
     }
     if (db::splitScript(pending).end != db::ScriptEnd::Separated) {
-        std::cerr << "kvlnmov: the input ended inside an unfinished statement, which was not "
-                     "run.\n";
+        std::cerr << "kvlnmov: "
+                  << _("the input ended inside an unfinished statement, which was not run.")
+                  << "\n";
         runner.rollback();
         return kExitFailure;
     }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "i18n.h"
 #include "kvlnmov/core/library.h"
 #include "kvlnmov/db/recordset.h"
 #include "kvlnmov/frame/regional.h"
@@ -106,7 +107,10 @@ void printRows(const db::ConnectionRef& connection, const std::string& text, Res
     std::vector<bool> right;
     for (int i = 0; i < count; ++i) {
         const std::string& name = recordset.FieldInfo(i).name;
-        header.push_back(name.empty() ? "(No column name)" : name);
+        // Programs read the CSV header: it keeps one form whatever the language.
+        header.push_back(!name.empty()                ? name
+                         : form == ResultForm::Csv ? std::string("(No column name)")
+                                                   : std::string(_("(No column name)")));
         right.push_back(rightAligned(recordset.FieldInfo(i).type));
     }
     if (form == ResultForm::Csv) {
@@ -133,11 +137,8 @@ void printRows(const db::ConnectionRef& connection, const std::string& text, Res
     }
     recordset.Close();
     table.print(out);
-    if (table.size() == 1) {
-        out << "(1 row)\n";
-    } else {
-        out << "(" << table.size() << " rows)\n";
-    }
+    const auto rows = static_cast<unsigned long long>(table.size());
+    out << format(trn("(%llu row)", "(%llu rows)", rows), rows) << "\n";
 }
 
 }  // namespace
@@ -205,11 +206,8 @@ void runAndPrint(const db::ConnectionRef& connection, const std::string& text, R
     }
     const std::int32_t changed = connection->Execute(text);
     if (form == ResultForm::Csv) return;
-    if (changed == 1) {
-        out << "(1 row affected)\n";
-    } else {
-        out << "(" << changed << " rows affected)\n";
-    }
+    const auto rows = static_cast<unsigned long long>(changed < 0 ? 0 : changed);
+    out << format(trn("(%llu row affected)", "(%llu rows affected)", rows), rows) << "\n";
 }
 
 }  // namespace kvlnmov::cli

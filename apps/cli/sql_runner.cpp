@@ -3,6 +3,7 @@
 #include <sstream>
 #include <string>
 
+#include "i18n.h"
 #include "kvlnmov/frame/error.h"
 
 namespace kvlnmov::cli {
@@ -41,8 +42,11 @@ bool StatementRunner::run(const db::ScriptStatement& statement, int line) {
     } catch (const Error& error) {
         errors_ << "Error " << error.number() << " (" << error.source()
                 << "): " << error.description() << "\n";
-        errors_ << "kvlnmov: statement " << tried_ << " (line " << line
-                << ") failed: " << firstLine(statement.text) << "\n";
+        errors_ << "kvlnmov: "
+                << format(_("statement %zu (line %zu) failed: %s"),
+                          static_cast<std::size_t>(tried_), static_cast<std::size_t>(line),
+                          firstLine(statement.text).c_str())
+                << "\n";
         rollback();
         return false;
     }
@@ -65,7 +69,8 @@ void StatementRunner::rollback() {
     if (!open_) return;
     open_ = false;
     connection_->RollbackTrans();
-    errors_ << "kvlnmov: the transaction was rolled back; no statement's change was kept.\n";
+    errors_ << "kvlnmov: "
+            << _("the transaction was rolled back; no statement's change was kept.") << "\n";
 }
 
 }  // namespace kvlnmov::cli

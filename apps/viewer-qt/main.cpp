@@ -18,12 +18,19 @@
 #include "kvlnmov/viewer/form_hook.h"
 #include "kvlnmov/version.h"
 #include "entry_launcher.h"
+#include "i18n.h"
 #include "qt_form_hook.h"
 #include "qt_user_interface.h"
 
 namespace {
 
 constexpr int kExitUsage = 2;
+
+using kvlnmov::cli::_;
+using kvlnmov::cli::format;
+
+// A translated text of the program, for Qt.
+QString qtext(const char* translated) { return QString::fromUtf8(translated); }
 
 // A whole number option in 1..max, or 0 when the text is not one.
 int positive(const QString& text, int max) {
@@ -43,23 +50,27 @@ int entryNumber(const QString& text, int max) {
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
+    // After Qt has set the locale from the environment: the program's own texts follow the
+    // same language as the kvlnmov tool's (the form's captions are the library's Spanish).
+    kvlnmov::cli::initLanguage();
     QApplication::setApplicationName("kvlnmov-viewer");
     QApplication::setApplicationDisplayName("Visor de asientos");
     QApplication::setApplicationVersion(KVLNMOV_VERSION_STRING);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        "Shows one journal entry of a company database: its lines, totals, imbalance and last "
-        "user. Without --company and --exercise the database must hold exactly one of each.");
+        qtext(_("Shows one journal entry of a company database: its lines, totals, imbalance and "
+             "last user. Without --company and --exercise the database must hold exactly one "
+             "of each.")));
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addPositionalArgument("DB", "Company database file (not with --connection)");
-    parser.addPositionalArgument("ENTRY", "Entry number (0: the opening entry)");
-    const QCommandLineOption companyOption("company", "Company code", "N");
-    const QCommandLineOption exerciseOption("exercise", "Exercise code", "N");
+    parser.addPositionalArgument("DB", qtext(_("Company database file (not with --connection)")));
+    parser.addPositionalArgument("ENTRY", qtext(_("Entry number (0: the opening entry)")));
+    const QCommandLineOption companyOption("company", qtext(_("Company code")), "N");
+    const QCommandLineOption exerciseOption("exercise", qtext(_("Exercise code")), "N");
     const QCommandLineOption connectionOption(
-        "connection", "Connection string of the database instead of a file (SQL Server: ODBC)",
-        "CS");
+        "connection",
+        qtext(_("Connection string of the database instead of a file (SQL Server: ODBC)")), "CS");
     parser.addOption(companyOption);
     parser.addOption(exerciseOption);
     parser.addOption(connectionOption);
@@ -76,15 +87,18 @@ int main(int argc, char** argv) {
         parser.isSet(exerciseOption) ? positive(parser.value(exerciseOption), 32767) : -1;
     if (arguments.size() != expected || entry < 0 || company == 0 || exercise == 0 ||
         (company < 0) != (exercise < 0)) {
-        std::cerr << "usage: kvlnmov-viewer DB ENTRY [--company N --exercise N]\n"
-                     "       kvlnmov-viewer --connection CS ENTRY [--company N --exercise N]\n";
+        std::cerr << _("usage: kvlnmov-viewer DB ENTRY [--company N --exercise N]\n"
+                       "       kvlnmov-viewer --connection CS ENTRY [--company N --exercise N]")
+                  << "\n";
         return kExitUsage;
     }
     // The embedded provider would create a missing file: it is looked for first.
     const std::string file = byConnection ? std::string() : arguments[0].toStdString();
     if (!byConnection && !std::filesystem::is_regular_file(file)) {
-        std::cerr << "kvlnmov-viewer: '" << file
-                  << "' is not a database file (create one with kvlnmov init)\n";
+        std::cerr << "kvlnmov-viewer: "
+                  << format(_("'%s' is not a database file (create one with kvlnmov init)"),
+                            file.c_str())
+                  << "\n";
         return kExitUsage;
     }
 

@@ -353,14 +353,14 @@ TEST_F(AccountsTool, AChartThatHoldsAccountsIsReplacedOnlyWhenAsked) {
     ToolRun refused = kvlnmov({"accounts", "import", database_, file});
     EXPECT_EQ(refused.exitCode, 1);
     EXPECT_EQ(refused.err,
-              "The chart of company 1, exercise 2026 already holds 1 accounts: nothing was "
-              "imported (give --replace to replace them).\n");
+              "The chart of company 1, exercise 2026 already holds 1 account: nothing was "
+              "imported (give --replace to replace it).\n");
     EXPECT_EQ(rows("SELECT Cuenta FROM Cuentas"), (TextRows{{"5"}}));
 
     ToolRun replaced = kvlnmov({"accounts", "import", database_, file, "--replace"});
     ASSERT_EQ(replaced.exitCode, 0) << replaced.err;
     EXPECT_EQ(replaced.out,
-              "Deleted the 1 accounts the chart held before.\n"
+              "Deleted the 1 account the chart held before.\n"
               "Imported 6 accounts (4 summary, 2 posting) into company 1, exercise 2026.\n");
     EXPECT_EQ(count("SELECT COUNT(*) FROM Cuentas"), 6);
     EXPECT_EQ(count("SELECT COUNT(*) FROM Cuentas WHERE Cuenta = '5'"), 0);

@@ -241,7 +241,7 @@ const Case kCases[] = {
      {"reassign", "{db}", "--from", "62900000", "--to", "62999999", "--dest", "62900009",
       "--start", "2026-03-01", "--end", "2026-03-31"},
      1,
-     "kvlnmov: no line of accounts 62900000 to 62999999 is dated 2026-03-01 to 2026-03-31 in "
+     "kvlnmov: no line of accounts 62900000 to 62999999 is dated 01/03/2026 to 31/03/2026 in "
      "company 1, exercise 2026; there is nothing to move\n",
      "",
      true,
@@ -252,8 +252,8 @@ const Case kCases[] = {
      {"reassign", "{db}", "--from", "43000000", "--to", "43999999", "--dest", "43000009",
       "--start", "2026-03-01", "--end", "2026-03-31", "--reconciled"},
      1,
-     "kvlnmov: no reconciled line of accounts 43000000 to 43999999 is dated 2026-03-01 to "
-     "2026-03-31 in company 1, exercise 2026; there is nothing to move\n",
+     "kvlnmov: no reconciled line of accounts 43000000 to 43999999 is dated 01/03/2026 to "
+     "31/03/2026 in company 1, exercise 2026; there is nothing to move\n",
      "",
      true,
      "SELECT COUNT(*) FROM Movimientos WHERE Cuenta = '43000009'",

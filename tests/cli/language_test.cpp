@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -309,22 +310,26 @@ TEST_F(LanguageTest, LibraryErrorsKeepTheirSpanishDescription) {
          kSpanish,
          {"balance", database_, "--company", "9", "--exercise", "2026"},
          1,
-         "Error 1000 (EmpresaContext): No existe la empresa 9\n"},
+         "kvlnmov: la orden balance ha fallado: No existe la empresa 9\n"
+         "  (error 1000, EmpresaContext)\n"},
         {"English, library",
          kEnglish,
          {"balance", database_, "--company", "9", "--exercise", "2026"},
          1,
-         "Error 1000 (EmpresaContext): No existe la empresa 9\n"},
+         "kvlnmov: the balance command failed: No existe la empresa 9\n"
+         "  (error 1000, EmpresaContext)\n"},
         {"Spanish, library, books",
          kSpanish,
          {"books", database_, "--company", "1", "--exercise", "1999"},
          1,
-         "Error 1000 (EmpresaContext): Empresa: 1 No existe el ejercicio 1999\n"},
+         "kvlnmov: la orden books ha fallado: Empresa: 1 No existe el ejercicio 1999\n"
+         "  (error 1000, EmpresaContext)\n"},
         {"English, library, books",
          kEnglish,
          {"books", database_, "--company", "1", "--exercise", "1999"},
          1,
-         "Error 1000 (EmpresaContext): Empresa: 1 No existe el ejercicio 1999\n"},
+         "kvlnmov: the books command failed: Empresa: 1 No existe el ejercicio 1999\n"
+         "  (error 1000, EmpresaContext)\n"},
         {"Spanish, tool",
          kSpanish,
          {"verify", missing},
@@ -365,6 +370,236 @@ TEST_F(LanguageTest, HelpIsTranslatedWhereTheParserAllows) {
     EXPECT_EQ(english.exitCode, 0);
     expectLines(english.out, {"  DB TEXT REQUIRED            Company database file",
                               "                              Only this department"});
+}
+
+// One command run in both languages: a line of what it writes, exact in each language.
+struct Phrase {
+    const char* name;
+    std::vector<std::string> arguments;
+    int exitCode;
+    bool onError;  // the line is on standard error, not standard output
+    std::string spanish;
+    std::string english;
+};
+
+TEST_F(LanguageTest, EveryCommandSpeaksTheUsersLanguage) {
+    const std::string unbalanced = (folder_ / "unbalanced.json").string();
+    {
+        std::ofstream file(unbalanced);
+        file << R"({"entries": [{"date": "2026-03-30", "reference": "L-2", "lines": [
+                 {"account": "43000001", "debit": "1210.00"},
+                 {"account": "70000001", "credit": "1000.00"}]}]})";
+    }
+    const std::string outside = (folder_ / "outside.json").string();
+    {
+        std::ofstream file(outside);
+        file << R"({"entries": [{"date": "2027-01-04", "reference": "L-3", "lines": [
+                 {"account": "43000001", "debit": "10.00"},
+                 {"account": "70000001", "credit": "10.00"}]}]})";
+    }
+    const Phrase phrases[] = {
+        {"show refusal",
+         {"show", database_, "77", "--no-pager"},
+         1,
+         true,
+         "kvlnmov: el asiento 77 no existe en la empresa 1, ejercicio 2026",
+         "kvlnmov: entry 77 does not exist in company 1, exercise 2026"},
+        {"annul refusal",
+         {"annul", database_, "99"},
+         1,
+         true,
+         "kvlnmov: el asiento 99 no existe en la empresa 1, ejercicio 2026",
+         "kvlnmov: entry 99 does not exist in company 1, exercise 2026"},
+        {"annul of the opening entry",
+         {"annul", database_, "0"},
+         1,
+         true,
+         "kvlnmov: el asiento 0 es el asiento de apertura de la empresa 1, ejercicio 2026 y no "
+         "se anula sin --force",
+         "kvlnmov: entry 0 is the opening entry of company 1, exercise 2026 and is not annulled "
+         "without --force"},
+        {"renumber onto itself",
+         {"renumber", database_, "3", "3"},
+         1,
+         true,
+         "kvlnmov: el asiento 3 no se puede trasladar sobre sí mismo: OLD y NEW deben ser "
+         "distintos",
+         "kvlnmov: entry 3 cannot be moved onto itself: OLD and NEW must differ"},
+        {"renumber into a missing entry",
+         {"renumber", database_, "3", "500"},
+         1,
+         true,
+         "kvlnmov: el asiento 500 no tiene cabecera en la empresa 1, ejercicio 2026; créelo "
+         "antes: renumber traslada los apuntes a un asiento que ya existe",
+         "kvlnmov: entry 500 has no header in company 1, exercise 2026; create it first: "
+         "renumber moves the lines into an existing entry"},
+        {"reassign without lines",
+         {"reassign", database_, "--from", "62600001", "--to", "62600001", "--dest", "62300001",
+          "--start", "2026-01-01", "--end", "2026-01-31"},
+         1,
+         true,
+         "kvlnmov: ningún apunte de las cuentas 62600001 a 62600001 tiene fecha del 01/01/2026 "
+         "al 31/01/2026 en la empresa 1, ejercicio 2026; no hay nada que trasladar",
+         "kvlnmov: no line of accounts 62600001 to 62600001 is dated 01/01/2026 to 31/01/2026 "
+         "in company 1, exercise 2026; there is nothing to move"},
+        {"accounts list",
+         {"accounts", "list", database_, "4300"},
+         0,
+         false,
+         "Cuenta    Nombre                       Nivel  Marca",
+         "Account   Name                         Level  Tag"},
+        {"accounts refusal",
+         {"accounts", "rename", database_, "43009999", "Nadie"},
+         1,
+         true,
+         "El plan de la empresa 1, ejercicio 2026 no tiene la cuenta 43009999.",
+         "The chart of company 1, exercise 2026 has no account 43009999."},
+        {"sql table",
+         {"sql", database_,
+          "SELECT Cuenta, Debe FROM Movimientos WHERE Documento = 'A-031' AND Cuenta = '43000001'"},
+         0,
+         false,
+         "(1 fila)",
+         "(1 row)"},
+        {"sql change",
+         {"sql", database_, "UPDATE Cuentas SET Nombre = Nombre WHERE Cuenta LIKE '4300%'"},
+         0,
+         false,
+         "(4 filas afectadas)",
+         "(4 rows affected)"},
+        {"sql refusal",
+         {"sql", database_, "SELECT 1; SELECT * FROM NoSuchTable; SELECT 2"},
+         1,
+         true,
+         "kvlnmov: antes se ejecutó la sentencia 1; sus cambios se conservan.",
+         "kvlnmov: statement 1 ran before it; its changes are kept."},
+        {"post refusal, unbalanced",
+         {"post", database_, unbalanced},
+         2,
+         true,
+         "kvlnmov: asiento 1: descuadrado: debe 1.210,00, haber 1.000,00",
+         "kvlnmov: entry 1: unbalanced: debits 1.210,00, credits 1.000,00"},
+        {"post refusal, outside the exercise",
+         {"post", database_, outside},
+         2,
+         true,
+         "kvlnmov: asiento 1: la fecha 04/01/2027 está fuera del ejercicio (del 01/01/2026 al "
+         "31/12/2026)",
+         "kvlnmov: entry 1: the date 04/01/2027 is outside the exercise (01/01/2026 to "
+         "31/12/2026)"},
+        {"post help",
+         {"post", "--help"},
+         0,
+         false,
+         "  FILE TEXT REQUIRED          Asientos que se contabilizan (.json o .csv)",
+         "  FILE TEXT REQUIRED          Entries to post (.json or .csv)"},
+    };
+    for (const Phrase& phrase : phrases) {
+        for (const bool inSpanish : {true, false}) {
+            SCOPED_TRACE(std::string(phrase.name) + (inSpanish ? ", Spanish" : ", English"));
+            const ToolRun run = kvlnmov(inSpanish ? kSpanish : kEnglish, phrase.arguments);
+            EXPECT_EQ(run.exitCode, phrase.exitCode) << run.err;
+            expectLines(phrase.onError ? run.err : run.out,
+                        {inSpanish ? phrase.spanish : phrase.english});
+        }
+    }
+    // Nothing the refusals were given reached the books.
+    EXPECT_EQ(value("SELECT COUNT(*) FROM Asientos WHERE CodigoExterno IN ('L-2', 'L-3')"),
+              Currency::fromUnits(0));
+}
+
+TEST_F(LanguageTest, TheSqlTableAlignsRegionalAmountsToTheRight) {
+    const std::vector<std::string> arguments{
+        "sql", database_,
+        "SELECT Cuenta, Debe FROM Movimientos WHERE Documento = 'A-031' ORDER BY Debe DESC, Cuenta"};
+    const std::string table =
+        "Cuenta   | Debe\n"
+        "---------+---------\n"
+        "43000001 | 1.210,00\n"
+        "47700021 |     0,00\n"
+        "70000001 |     0,00\n";
+    for (const auto& [environment, count] :
+         {std::pair{kSpanish, "(3 filas)\n"}, std::pair{kEnglish, "(3 rows)\n"}}) {
+        const ToolRun run = kvlnmov(environment, arguments);
+        EXPECT_EQ(run.exitCode, 0) << run.err;
+        EXPECT_EQ(run.out, table + count);
+        // Programs read '.' as the decimal mark, whatever the language.
+        std::vector<std::string> csv = arguments;
+        csv.push_back("--csv");
+        const ToolRun machine = kvlnmov(environment, csv);
+        EXPECT_EQ(machine.exitCode, 0) << machine.err;
+        EXPECT_EQ(machine.out, "Cuenta,Debe\n43000001,1210\n47700021,0\n70000001,0\n");
+    }
+}
+
+TEST_F(LanguageTest, PostingSaysWhatItPostedAndRefusesItTwice) {
+    const std::string entries = (folder_ / "entries.json").string();
+    {
+        std::ofstream file(entries);
+        file << R"({"entries": [{"date": "2026-03-30", "reference": "L-1", "lines": [
+                 {"account": "43000001", "debit": "1210.00", "concept": "Factura L-1"},
+                 {"account": "70000001", "credit": "1210.00", "concept": "Factura L-1"}]}]})";
+    }
+    const ToolRun spanish = kvlnmov(kSpanish, {"post", database_, entries});
+    EXPECT_EQ(spanish.exitCode, 0) << spanish.err;
+    const std::string number = std::to_string(
+        value("SELECT Codigo FROM Asientos WHERE CodigoExterno = 'L-1'").raw() /
+        Currency::kScale);
+    EXPECT_EQ(spanish.out, "Contabilizado 1 asiento (2 apuntes, 0 registros de libro de "
+                           "impuestos, 0 previsiones): asiento " +
+                               number + ".\n");
+    const ToolRun again = kvlnmov(kSpanish, {"post", database_, entries});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_EQ(again.err, "No se ha contabilizado nada: la referencia L-1 (asiento 1) ya está en "
+                         "los libros, como asiento " +
+                             number + ".\n");
+    const ToolRun english = kvlnmov(kEnglish, {"post", database_, entries});
+    EXPECT_EQ(english.exitCode, 1);
+    EXPECT_EQ(english.err, "Nothing was posted: the reference L-1 (entry 1) is already in the "
+                           "books, as entry " +
+                               number + ".\n");
+    EXPECT_EQ(value("SELECT COUNT(*) FROM Asientos WHERE CodigoExterno = 'L-1'"),
+              Currency::fromUnits(1));
+}
+
+TEST_F(LanguageTest, InitAndTheDemoOpenInEitherLanguage) {
+    struct Case {
+        const char* name;
+        EnvironmentChanges environment;
+        std::string created;
+        std::string demo;
+        std::string company;
+    };
+    const std::string spanishFile = (folder_ / "es.db").string();
+    const std::string englishFile = (folder_ / "en.db").string();
+    const Case cases[] = {
+        {"Spanish", kSpanish,
+         "Creada " + spanishFile +
+             ": empresa 1 'Empresa demo', ejercicio 2026 del 01/01/2026 al 31/12/2026 (abierto), "
+             "niveles de cuenta 1,2,3,4,8, numeración 0, tipo de impuesto 0.\n",
+         "Base de datos de la empresa de demostración: " + spanishFile + ".demo",
+         "Empresa 1 'Distribuciones Atlántico, S.L.', ejercicio 2026, niveles de cuenta "
+         "1,2,3,4,8"},
+        {"English", kEnglish,
+         "Created " + englishFile +
+             ": company 1 'Empresa demo', exercise 2026 from 01/01/2026 to 31/12/2026 (open), "
+             "account levels 1,2,3,4,8, numbering scheme 0, tax kind 0.\n",
+         "Demonstration company database: " + englishFile + ".demo",
+         "Company 1 'Distribuciones Atlántico, S.L.', exercise 2026, account levels 1,2,3,4,8"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string file = c.environment.at("LANG") == "C.UTF-8" ? englishFile : spanishFile;
+        const ToolRun init = kvlnmov(c.environment, {"init", file});
+        EXPECT_EQ(init.exitCode, 0) << init.err;
+        EXPECT_EQ(init.out, c.created);
+        const ToolRun demo = kvlnmov(c.environment, {"demo", file + ".demo"});
+        EXPECT_EQ(demo.exitCode, 0) << demo.err;
+        const std::vector<std::string> first = lines(demo.out);
+        ASSERT_GE(first.size(), 2u);
+        EXPECT_EQ(first[0], c.demo);
+        EXPECT_EQ(first[1], c.company);
+    }
 }
 
 }  // namespace

@@ -467,6 +467,9 @@ TEST_P(SqlTerminalCases, TheConsoleOnATerminal) {
     if (child == 0) {
         setenv("HOME", folder_.c_str(), 1);
         setenv("TERM", "dumb", 1);
+        setenv("LANG", "C.UTF-8", 1);
+        unsetenv("LC_ALL");
+        unsetenv("LC_MESSAGES");
         std::vector<std::string> arguments{KVLNMOV_CLI, "sql", database_};
         arguments.insert(arguments.end(), expected.arguments.begin(), expected.arguments.end());
         std::vector<char*> argv;
@@ -524,6 +527,9 @@ TEST_F(SqlConsoleTest, TheHistoryIsKeptInTheHomeFolder) {
     if (child == 0) {
         setenv("HOME", folder_.c_str(), 1);
         setenv("TERM", "dumb", 1);
+        setenv("LANG", "C.UTF-8", 1);
+        unsetenv("LC_ALL");
+        unsetenv("LC_MESSAGES");
         execl(KVLNMOV_CLI, KVLNMOV_CLI, "sql", database_.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }

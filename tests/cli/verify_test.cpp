@@ -167,10 +167,10 @@ TEST_F(VerifyToolTest, InitRefusesAnExerciseBeyondTwelveMonthsOrBackwards) {
     const UsageCase cases[] = {
         {{"init", database_, "--from", "2026-01-01", "--to", "2027-01-31"},
          "kvlnmov: an exercise spans at most twelve calendar months (the balances keep one "
-         "column per month): 2026-01-01 to 2027-01-31 spans 13 months\n"},
+         "column per month): 01/01/2026 to 31/01/2027 spans 13 months\n"},
         {{"init", database_, "--from", "2026-03-15", "--to", "2027-03-14"},
          "kvlnmov: an exercise spans at most twelve calendar months (the balances keep one "
-         "column per month): 2026-03-15 to 2027-03-14 spans 13 months\n"},
+         "column per month): 15/03/2026 to 14/03/2027 spans 13 months\n"},
         {{"init", database_, "--from", "2026-07-01", "--to", "2026-06-30"},
          "kvlnmov: --to must not be before --from\n"},
     };

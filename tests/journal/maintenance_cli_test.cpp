@@ -50,7 +50,7 @@ TEST_F(MaintenanceCommandTest, AnnulMarksAnEntryInTheMiddleAndDeletesTheLastOne)
     CommandRun middle = kvlnmov("annul", "2 --user 9");
     EXPECT_EQ(middle.exitCode, 0) << middle.err;
     EXPECT_EQ(middle.out,
-              "Annulled entry 2 of company 1, exercise 2026 (dated 2026-03-04): 2 lines taken out "
+              "Annulled entry 2 of company 1, exercise 2026 (dated 04/03/2026): 2 lines taken out "
               "of the balances, backed up under backup 1 and deleted.\n"
               "The header stays, marked annulled (Nulo) by user 9: 2 was not the last number "
               "given.\n");
@@ -59,7 +59,7 @@ TEST_F(MaintenanceCommandTest, AnnulMarksAnEntryInTheMiddleAndDeletesTheLastOne)
     CommandRun last = kvlnmov("annul", "3");
     EXPECT_EQ(last.exitCode, 0) << last.err;
     EXPECT_EQ(last.out,
-              "Annulled entry 3 of company 1, exercise 2026 (dated 2026-03-05): 2 lines taken out "
+              "Annulled entry 3 of company 1, exercise 2026 (dated 05/03/2026): 2 lines taken out "
               "of the balances, backed up under backup 2 and deleted.\n"
               "The header was deleted and number 3 given back to the counter.\n");
     EXPECT_EQ(rows("SELECT Codigo FROM Asientos ORDER BY Codigo"), (TextRows{{"1"}, {"2"}}));
@@ -85,7 +85,7 @@ TEST_F(MaintenanceCommandTest, RenumberMovesTheLinesIntoAnExistingEntryOnly) {
     CommandRun run = kvlnmov("renumber", "1 3");
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out,
-              "Moved 2 lines of entry 1 to entry 3 (dated 2026-03-05), with their balances, "
+              "Moved 2 lines of entry 1 to entry 3 (dated 05/03/2026), with their balances, "
               "secondary lines and payment forecasts.\n");
     EXPECT_EQ(rows("SELECT Cod_Asiento, Cuenta, Fecha_Asiento FROM Movimientos WHERE Cuenta = "
                    "'43000001'"),
@@ -106,7 +106,7 @@ TEST_F(MaintenanceCommandTest, ReassignMovesTheSelectedLinesAndReportsLibraryErr
                              "--end 2026-03-31 --unreconciled --user 4");
     EXPECT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(run.out,
-              "Moved 2 lines of accounts 43000000 to 43999999 dated 2026-03-01 to 2026-03-31 "
+              "Moved 2 lines of accounts 43000000 to 43999999 dated 01/03/2026 to 31/03/2026 "
               "(unreconciled only) to account 43000009, with their balances.\n");
     EXPECT_EQ(rows("SELECT Apunte, Cuenta, Cod_Usuario FROM Movimientos WHERE Cuenta LIKE '43%' "
                    "ORDER BY Apunte"),

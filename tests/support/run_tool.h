@@ -49,8 +49,17 @@ inline std::vector<std::string> changedEnvironment(const EnvironmentChanges& cha
     return entries;
 }
 
+/// The tool's language where a test does not choose one: English, whatever the locale of the
+/// machine running the tests, so that the tests' expected texts hold everywhere.
+inline EnvironmentChanges englishLocale() {
+    return {{"LANG", "C.UTF-8"},
+            {"LC_ALL", std::nullopt},
+            {"LC_MESSAGES", std::nullopt},
+            {"LANGUAGE", std::nullopt}};
+}
+
 /// Runs `tool arguments...`, capturing its output in `capturePrefix`.out / .err, in this
-/// process's environment with `environment` changes made. Its standard input is the file
+/// process's environment in English (see englishLocale) with `environment` changes made. Its standard input is the file
 /// `inputFile`, or the caller's own when none is given.
 inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
                        const std::string& capturePrefix, const EnvironmentChanges& environment,
@@ -71,7 +80,9 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
     posix_spawn_file_actions_addopen(&files, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     pid_t child = 0;
     ToolRun run;
-    std::vector<std::string> variables = changedEnvironment(environment);
+    EnvironmentChanges changes = englishLocale();
+    for (const auto& [name, value] : environment) changes[name] = value;
+    std::vector<std::string> variables = changedEnvironment(changes);
     std::vector<char*> envp;
     for (std::string& variable : variables) envp.push_back(variable.data());
     envp.push_back(nullptr);
@@ -87,7 +98,7 @@ inline ToolRun runTool(const std::string& tool, std::vector<std::string> argumen
     return run;
 }
 
-/// Runs `tool arguments...` in this process's environment, as a user runs it, its standard
+/// Runs `tool arguments...` in this process's environment (in English), its standard
 /// input the file `inputFile` or the caller's own.
 inline ToolRun runTool(const std::string& tool, std::vector<std::string> arguments,
                        const std::string& capturePrefix, const std::string& inputFile = {}) {
