@@ -12,8 +12,9 @@ bool continuationByte(char c) { return (static_cast<unsigned char>(c) & 0xC0) ==
 }  // namespace
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    // Equal bytes need no folding: names are mostly looked up as they were written.
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return lowerChar(x) == lowerChar(y);
+               return x == y || lowerChar(x) == lowerChar(y);
            });
 }
 

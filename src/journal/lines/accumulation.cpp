@@ -8,8 +8,8 @@
 // balance verifier replays.
 
 #include "journal/verification/accumulation_rules.h"
-#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/sql_text.h"
+#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {
@@ -20,9 +20,13 @@ void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::
         kvlnmov::cEmpresa& context = empresa(handler);
         const std::int16_t level = accumulation::accountLevel(context, strCuenta);
 
+        // The company and exercise filter, written with the first statement and the same for
+        // every statement of the change.
+        std::string where;
         const accumulation::EntryKind kind = handler.statement([&] {
+            where = sql::whereCompanyExercise(context);
             db::Recordset header;
-            header.Open("SELECT Cierre, Fecha FROM Asientos" + sql::whereCompanyExercise(context) +
+            header.Open("SELECT Cierre, Fecha FROM Asientos" + where +
                             " AND Codigo =" + sql::integer(asiento_),
                         connectionRef());
             accumulation::EntryKind found = accumulation::EntryKind::Ordinary;
@@ -46,36 +50,41 @@ void clsMov::Acumulados(bool bolAdd, Date dteFecha, std::string strCuenta, std::
         std::string levelText = sql::integer(level);
         std::string department = sql::integer(intDpto);
 
+        // Each statement is written into one buffer, reused for the next: a line sends ten of
+        // them, one per table and level.
+        std::string statement;
+        auto start = [&statement](std::string_view head) {
+            statement.clear();
+            statement.append(head);
+        };
         auto accumulate = [&](const std::string& account) {
-            std::int32_t changed = handler.statement([&] {
-                return connection().Execute("UPDATE Acumulados SET " + clause +
-                                            sql::whereCompanyExercise(context) +
-                                            sql::andAccount(account));
-            });
+            const std::string accountText = sql::text(account);
+            start("UPDATE Acumulados SET ");
+            statement.append(clause).append(where).append(" AND Cuenta ='").append(accountText);
+            statement += '\'';
+            std::int32_t changed =
+                handler.statement([&] { return connection().Execute(statement); });
             if (changed == 0) {
                 // A new row takes the value as it is, even where the clause subtracts it.
-                handler.statement([&] {
-                    connection().Execute(
-                        "INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, "
-                        "Cuenta, Nivel, " +
-                        column + ") VALUES (" + company + ", " + exercise + ", '" +
-                        sql::text(account) + "', " + levelText + ", " + amount + ")");
-                });
+                start("INSERT INTO Acumulados (Cod_Empresa, Cod_Ejercicio, Cuenta, Nivel, ");
+                statement.append(column).append(") VALUES (").append(company).append(", ");
+                statement.append(exercise).append(", '").append(accountText).append("', ");
+                statement.append(levelText).append(", ").append(amount).append(")");
+                handler.statement([&] { connection().Execute(statement); });
             }
-            changed = handler.statement([&] {
-                return connection().Execute("UPDATE Acumulados_Dpto SET " + clause +
-                                            sql::whereCompanyExercise(context) +
-                                            sql::andAccount(account) + " AND Dpto =" + department);
-            });
+            start("UPDATE Acumulados_Dpto SET ");
+            statement.append(clause).append(where).append(" AND Cuenta ='").append(accountText);
+            statement.append("' AND Dpto =").append(department);
+            changed = handler.statement([&] { return connection().Execute(statement); });
             if (changed == 0) {
-                handler.statement([&] {
-                    connection().Execute(
-                        "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, "
-                        "Nivel, " +
-                        column + ") VALUES (" + company + ", " + exercise + ", '" +
-                        sql::text(account) + "', " + department + ", " + levelText + ", " + amount +
-                        ")");
-                });
+                start(
+                    "INSERT INTO Acumulados_Dpto (Cod_Empresa, Cod_Ejercicio, Cuenta, Dpto, "
+                    "Nivel, ");
+                statement.append(column).append(") VALUES (").append(company).append(", ");
+                statement.append(exercise).append(", '").append(accountText).append("', ");
+                statement.append(department).append(", ").append(levelText).append(", ");
+                statement.append(amount).append(")");
+                handler.statement([&] { connection().Execute(statement); });
             }
         };
 

@@ -1,8 +1,8 @@
 // Posting, changing and deleting single journal lines, and their secondary (tax breakdown)
 // records.
 
-#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/sql_text.h"
+#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/journal/cls_mov.h"
 
 namespace kvlnmov {
@@ -39,26 +39,42 @@ bool clsMov::Insertar() {
             }
 
             handler.statement([&] {
-                connection().Execute(
-                    "INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento,"
+                // Written into one buffer reserved for the whole statement.
+                std::string statement;
+                statement.reserve(512);
+                auto add = [&statement](std::string_view part) -> std::string& {
+                    return statement.append(part);
+                };
+                add("INSERT INTO Movimientos (Cod_Empresa, Cod_Ejercicio, Cod_Asiento,"
                     " Apunte, Fecha_Asiento, Cuenta, Fecha_Apunte, Cto_Aut, Concepto,"
                     " Documento, Diario, Dpto, Debe, Haber, Punteo, M347, Imp_ApunteRef,"
                     " Imp_Prop, Imp_Base, Imp_Cuota, Imp_Tipo, Imp_Op, Imp_Contrap, Cod_Usuario, "
-                    "FechaUltMod) VALUES (" +
-                    sql::integer(context.Cod_Empresa()) + ", " +
-                    sql::integer(context.Cod_Ejercicio()) + ", " + sql::integer(asiento_) + ", " +
-                    sql::integer(apunte_) + ", '" + sql::date(fechaAsiento_) + "', '" +
-                    sql::text(cuenta_) + "', '" + sql::date(fecha_) + "', '" + sql::text(ctoAut_) +
-                    "', '" + sql::cut(concepto_, kConceptLength) + "', '" + sql::text(documento_) +
-                    "', " + sql::integer(diario_) + ", " + sql::integer(dpto_) + ", " +
-                    sql::amount(debe_) + ", " + sql::amount(haber_) + ", " + sql::integer(punteo_) +
-                    ", " + sql::flag(m347_) + ", " + sql::integer(impApunteRef_) + ", " +
-                    sql::integer(static_cast<std::int32_t>(impProp_)) + ", " +
-                    sql::amount(impBase_) + ", " + sql::amount(impCuota_) + ", " +
-                    sql::integer(impTipo_) + ", " +
-                    sql::integer(static_cast<std::int32_t>(impOp_)) + ", '" +
-                    sql::text(impContrapartida_) + "', " + sql::integer(sql::currentUser(context)) +
-                    ", GETDATE())");
+                    "FechaUltMod) VALUES (");
+                add(sql::integer(context.Cod_Empresa())).append(", ");
+                add(sql::integer(context.Cod_Ejercicio())).append(", ");
+                add(sql::integer(asiento_)).append(", ");
+                add(sql::integer(apunte_)).append(", '");
+                add(sql::date(fechaAsiento_)).append("', '");
+                add(sql::text(cuenta_)).append("', '");
+                add(sql::date(fecha_)).append("', '");
+                add(sql::text(ctoAut_)).append("', '");
+                add(sql::cut(concepto_, kConceptLength)).append("', '");
+                add(sql::text(documento_)).append("', ");
+                add(sql::integer(diario_)).append(", ");
+                add(sql::integer(dpto_)).append(", ");
+                add(sql::amount(debe_)).append(", ");
+                add(sql::amount(haber_)).append(", ");
+                add(sql::integer(punteo_)).append(", ");
+                add(sql::flag(m347_)).append(", ");
+                add(sql::integer(impApunteRef_)).append(", ");
+                add(sql::integer(static_cast<std::int32_t>(impProp_))).append(", ");
+                add(sql::amount(impBase_)).append(", ");
+                add(sql::amount(impCuota_)).append(", ");
+                add(sql::integer(impTipo_)).append(", ");
+                add(sql::integer(static_cast<std::int32_t>(impOp_))).append(", '");
+                add(sql::text(impContrapartida_)).append("', ");
+                add(sql::integer(sql::currentUser(context))).append(", GETDATE())");
+                connection().Execute(statement);
             });
 
             Acumulados(true, fechaAsiento_, cuenta_, dpto_, debe_, haber_);

@@ -81,7 +81,8 @@ inline constexpr std::array<unsigned char, 256> kCharClasses = [] {
         const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
         const bool digit = c >= '0' && c <= '9';
         unsigned char flags = 0;
-        if (letter || c == '_' || c == '#' || c >= 0x80) flags |= kIdentifierStart | kIdentifierPart;
+        if (letter || c == '_' || c == '#' || c >= 0x80)
+            flags |= kIdentifierStart | kIdentifierPart;
         if (digit || c == '@' || c == '$') flags |= kIdentifierPart;
         if (digit) flags |= kDigit;
         if (c == ' ' || (c >= '\t' && c <= '\r')) flags |= kBlank;
@@ -99,9 +100,9 @@ inline bool hasClass(char c, CharClass charClass) {
 class TokenScanner {
   public:
     explicit TokenScanner(std::string_view text);
-    /// The next token into `token`; false once the last token was given. Blanks and the two
-    /// commonest tokens (a word, a one-character symbol) are read here, inline; comments and
-    /// every other token by `nextOther`.
+    /// The next token into `token`; false once the last token was given. Blanks and the
+    /// commonest tokens (a word, a one-character symbol, a number, a text) are read here;
+    /// comments and every other token by `nextOther`.
     [[gnu::always_inline]] bool next(RawToken& token) {
         if (done_) return false;
         token.close = 0;
@@ -128,6 +129,19 @@ class TokenScanner {
                 token.kind = TokenKind::Symbol;
                 token.offset = start;
                 token.body = std::string_view(data + start, 1);
+                return true;
+            }
+            // The literals a statement carries: numbers and texts, read without the detour
+            // through nextOther.
+            if (hasClass(c, kDigit)) {
+                token.offset = start;
+                readNumber(token);
+                return true;
+            }
+            if (c == '\'') {
+                token.offset = start;
+                readQuoted('\'', token);
+                if (token.kind == TokenKind::UnclosedString) done_ = true;
                 return true;
             }
         }
