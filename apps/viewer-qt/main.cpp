@@ -18,7 +18,7 @@
 #include "kvlnmov/viewer/form_hook.h"
 #include "kvlnmov/version.h"
 #include "entry_launcher.h"
-#include "i18n.h"
+#include "../cli/i18n.h"
 #include "qt_form_hook.h"
 #include "qt_user_interface.h"
 
