@@ -116,8 +116,8 @@ int runList(const AccountsOptions& options) {
                   (options.prefix.empty() ? "" : " AND Cuenta LIKE '" + options.prefix + "%'") +
                   " ORDER BY Cuenta",
               opened.connection);
-    TextTable table(std::vector<TableColumn>{
-        {_("Account")}, {_("Name")}, {_("Level"), true}, {_("Tag")}});
+    TextTable table(
+        std::vector<TableColumn>{{_("Account")}, {_("Name")}, {_("Level"), true}, {_("Tag")}});
     for (; !rows.Eof(); rows.MoveNext()) {
         const std::string account = rows.Fields(0).toText();
         const int level = levelOf(account, levels);
@@ -133,8 +133,8 @@ int runList(const AccountsOptions& options) {
                                 company, exercise)
                       << "\n";
         } else {
-            std::cerr << format(_("No account of company %d, exercise %d begins with %s."),
-                                company, exercise, options.prefix.c_str())
+            std::cerr << format(_("No account of company %d, exercise %d begins with %s."), company,
+                                exercise, options.prefix.c_str())
                       << "\n";
         }
         return kExitFailure;
@@ -216,10 +216,7 @@ CLI::App* accountsSubcommand(CLI::App* parent, const char* name, const char* des
                              AccountsOptions& options) {
     CLI::App* command = parent->add_subcommand(name, description);
     addDatabaseOptions(command, options.database, _("Company database file"));
-    command->add_option("--company", options.company,
-                        _("Company code (default: the database's only company)"));
-    command->add_option("--exercise", options.exercise,
-                        _("Exercise code (default: the database's only exercise)"));
+    addCompanyExerciseOptions(command, options.company, options.exercise);
     return command;
 }
 
@@ -228,38 +225,38 @@ CLI::App* accountsSubcommand(CLI::App* parent, const char* name, const char* des
 Command addAccountsCommand(CLI::App& app) {
     auto options = std::make_shared<AccountsOptions>();
     CLI::App* command = app.add_subcommand(
-        "accounts",
-        _("The chart of accounts (table Cuentas): import a chart file, list, add and "
-        "rename accounts."));
+        "accounts", _("The chart of accounts (table Cuentas): import a chart file, list, add and "
+                      "rename accounts."));
     command->require_subcommand(1);
 
     CLI::App* importCommand = accountsSubcommand(
         command, "import",
         _("Import a chart file (\"cuenta\";\"descripcion\";\"cuentaesp\", semicolon-separated,\n"
-        "UTF-8) in one transaction: all of it or nothing. Accounts of a summary level's length\n"
-        "are summary accounts; longer ones without sub-accounts in the file are posting\n"
-        "accounts, brought to the company's account length by inserting or removing zeros\n"
-        "after their prefix (the longest account of the file that begins them, at least the\n"
-        "longest summary level): 4300000001 becomes 43000001 for length 8. One that would\n"
-        "lose a digit other than zero is refused with its line. Summary accounts of a length\n"
-        "that is none of the levels are left out and counted. A chart that already holds\n"
-        "accounts is refused unless --replace is given."),
+          "UTF-8) in one transaction: all of it or nothing. Accounts of a summary level's length\n"
+          "are summary accounts; longer ones without sub-accounts in the file are posting\n"
+          "accounts, brought to the company's account length by inserting or removing zeros\n"
+          "after their prefix (the longest account of the file that begins them, at least the\n"
+          "longest summary level): 4300000001 becomes 43000001 for length 8. One that would\n"
+          "lose a digit other than zero is refused with its line. Summary accounts of a length\n"
+          "that is none of the levels are left out and counted. A chart that already holds\n"
+          "accounts is refused unless --replace is given."),
         *options);
     importCommand->add_option("FILE", options->file, _("Chart file"))->required();
-    importCommand->add_flag("--replace", options->replace,
-                            _("Delete the accounts the chart holds first (in the same transaction)"));
+    importCommand->add_flag(
+        "--replace", options->replace,
+        _("Delete the accounts the chart holds first (in the same transaction)"));
 
     CLI::App* listCommand = accountsSubcommand(
         command, "list",
         _("List the chart's accounts (beginning with PREFIX when given): account, name, level\n"
-        "and special-account tag. Exits with 1 when none matches."),
+          "and special-account tag. Exits with 1 when none matches."),
         *options);
     listCommand->add_option("PREFIX", options->prefix, _("The digits the accounts begin with"));
 
     CLI::App* addCommand = accountsSubcommand(
         command, "add",
         _("Add an account of a summary level's length or of the full account length. The\n"
-        "summary accounts above it must be in the chart already (they are not made up)."),
+          "summary accounts above it must be in the chart already (they are not made up)."),
         *options);
     addCommand->add_option("ACCOUNT", options->account, _("The account's digits"))->required();
     addCommand->add_option("NAME", options->name, _("Its name"))->required();
@@ -268,7 +265,7 @@ Command addAccountsCommand(CLI::App& app) {
     CLI::App* renameCommand =
         accountsSubcommand(command, "rename",
                            _("Rename an account of the chart (exits with 1 when "
-                           "the chart does not hold it)."),
+                             "the chart does not hold it)."),
                            *options);
     renameCommand->add_option("ACCOUNT", options->account, _("The account's digits"))->required();
     renameCommand->add_option("NAME", options->name, _("Its new name"))->required();

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,10 @@ struct DatabaseArgument {
 CLI::Option* addDatabaseOptions(CLI::App* command, DatabaseArgument& database,
                                 const std::string& fileHelp,
                                 const std::string& purpose = _("the database instead of a file"));
+/// Adds --company and --exercise (codes from 1 to 32767; when left out, the database's only
+/// company and exercise) to a command that works on one company's exercise.
+void addCompanyExerciseOptions(CLI::App* command, std::optional<int>& company,
+                               std::optional<int>& exercise);
 
 /// The command line with the value of a command's `--connection` also put where DB stands
 /// (right after the command's name), for the commands of `app` that have --connection.

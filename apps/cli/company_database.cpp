@@ -81,6 +81,17 @@ CompanyDatabase openCompanyDatabase(const DatabaseArgument& database, std::optio
     return opened;
 }
 
+void addCompanyExerciseOptions(CLI::App* command, std::optional<int>& company,
+                               std::optional<int>& exercise) {
+    command
+        ->add_option("--company", company, _("Company code (default: the database's only company)"))
+        ->check(CLI::Range(1, 32767));
+    command
+        ->add_option("--exercise", exercise,
+                     _("Exercise code (default: the database's only exercise)"))
+        ->check(CLI::Range(1, 32767));
+}
+
 CLI::Option* addDatabaseOptions(CLI::App* command, DatabaseArgument& database,
                                 const std::string& fileHelp, const std::string& purpose) {
     CLI::Option* file = command->add_option("DB", database.file, fileHelp)->required();

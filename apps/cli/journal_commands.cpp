@@ -54,10 +54,9 @@ class ProgressBar {
         constexpr int kWidth = 30;
         int filled = percent * kWidth / 100;
         std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '-');
-        std::string line =
-            format(trn("Posting [%s] %d%% (%s of %s line)", "Posting [%s] %d%% (%s of %s lines)",
-                       total_),
-                   bar.c_str(), percent, count(done).c_str(), count(total_).c_str());
+        std::string line = format(
+            trn("Posting [%s] %d%% (%s of %s line)", "Posting [%s] %d%% (%s of %s lines)", total_),
+            bar.c_str(), percent, count(done).c_str(), count(total_).c_str());
         width_ = std::max(width_, line.size());
         std::cerr << "\r" << line << std::flush;
     }
@@ -104,15 +103,13 @@ std::string postingSummary(const std::vector<DraftEntry>& entries,
     const std::string entryCount =
         format(trn("%s entry", "%s entries", posted.size()), number(posted.size()).c_str());
     const std::string lineCount = format(trn("%s line", "%s lines", lines), number(lines).c_str());
-    const std::string invoiceCount =
-        format(trn("%s tax book record", "%s tax book records", invoices),
-               number(invoices).c_str());
+    const std::string invoiceCount = format(
+        trn("%s tax book record", "%s tax book records", invoices), number(invoices).c_str());
     const std::string forecastCount =
         format(trn("%s forecast", "%s forecasts", forecasts), number(forecasts).c_str());
     if (posted.size() == 1) {
-        return format(_("Posted %s (%s, %s, %s): entry %d."), entryCount.c_str(),
-                      lineCount.c_str(), invoiceCount.c_str(), forecastCount.c_str(),
-                      static_cast<int>(first));
+        return format(_("Posted %s (%s, %s, %s): entry %d."), entryCount.c_str(), lineCount.c_str(),
+                      invoiceCount.c_str(), forecastCount.c_str(), static_cast<int>(first));
     }
     return format(_("Posted %s (%s, %s, %s): entries %d to %d."), entryCount.c_str(),
                   lineCount.c_str(), invoiceCount.c_str(), forecastCount.c_str(),
@@ -187,14 +184,6 @@ int runBalance(const BalanceOptions& options) {
     return kExitOk;
 }
 
-void addCompanyOptions(CLI::App* command, std::optional<int>& company,
-                       std::optional<int>& exercise) {
-    command->add_option("--company", company,
-                        _("Company code (default: the database's only company)"));
-    command->add_option("--exercise", exercise,
-                        _("Exercise code (default: the database's only exercise)"));
-}
-
 }  // namespace
 
 Command addPostCommand(CLI::App& app) {
@@ -202,46 +191,47 @@ Command addPostCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "post",
         _("Post the entries of a JSON or CSV file. The whole file is checked before anything is\n"
-        "written (dates inside the exercise, full-length accounts that are in the chart of\n"
-        "accounts when the company has one, one side per line, balanced entries, amounts in\n"
-        "cents, never rounded, invoice taxes equal to base x rate / 100 within 0,01, no\n"
-        "quotes in texts and no text longer than its column); then all entries are posted in\n"
-        "one transaction.\n\n"
-        "Every entry needs a reference, unique in the exercise (kept in Asientos.CodigoExterno,\n"
-        "up to 50 characters): a file whose references are already in the books is refused\n"
-        "whole, so posting the same file twice changes nothing (exit code 1).\n\n"
-        "JSON ('.' as decimal mark; amounts as numbers or texts; dates yyyy-mm-dd):\n"
-        "  {\"entries\": [{\"date\": \"2026-03-02\", \"reference\": \"A-1\", \"remarks\": \"\",\n"
-        "    \"closing\": false,\n"
-        "    \"lines\": [{\"account\": \"43000001\", \"debit\": \"1210.00\", \"concept\": "
-        "\"Factura A-1\",\n"
-        "               \"document\": \"A-1\", \"department\": 1},\n"
-        "              {\"account\": \"70000001\", \"credit\": \"1000.00\"},\n"
-        "              {\"account\": \"47700021\", \"credit\": \"210.00\"}],\n"
-        "    \"invoice\": {\"book\": \"issued\", \"tax\": \"IVA\", \"account\": \"43000001\",\n"
-        "                \"name\": \"Cliente S.L.\", \"nif\": \"B12345678\", \"document\": "
-        "\"A-1\",\n"
-        "                \"rates\": [{\"operation\": 1, \"base\": \"1000.00\", \"rate\": 21,\n"
-        "                           \"tax\": \"210.00\"}],\n"
-        "                \"due\": [{\"date\": \"2026-04-01\", \"amount\": \"1210.00\"}]}}]}\n"
-        "  The optional \"invoice\" writes a tax book record for the line of its \"account\":\n"
-        "  \"book\" is \"issued\" (output tax, due dates become collection forecasts),\n"
-        "  \"received\" (input tax, due dates become payment forecasts) or \"capital\"\n"
-        "  (capital goods received); \"tax\" is \"IVA\" or \"IGIC\"; each rate line has an\n"
-        "  \"operation\" kind (default 1), a \"base\", a whole-percent \"rate\" and its \"tax\".\n"
-        "  \"withholding\": {\"key\": 1, \"rate\": 15, \"account\": \"47510001\",\n"
-        "  \"base\": \"1000.00\", \"amount\": \"150.00\", \"total\": \"1060.00\"} records the\n"
-        "  income-tax withholding of a professional's invoice. The \"due\" amounts add up to\n"
-        "  the amount of the invoice's line.\n"
-        "CSV: entry;date;account;debit;credit;concept;document;department\n"
-        "  The consecutive lines of one entry share its key, which is the entry's reference,\n"
-        "  and its date. A UTF-8 byte order mark is accepted. Amounts: with --decimal auto a\n"
-        "  single '.' or ',' followed by one or two digits is the decimal mark and the other\n"
-        "  mark separates thousands (1.210,50 or 1,210.50); an amount that reads both ways\n"
-        "  (1.210) is refused: name the mark with --decimal."));
+          "written (dates inside the exercise, full-length accounts that are in the chart of\n"
+          "accounts when the company has one, one side per line, balanced entries, amounts in\n"
+          "cents, never rounded, invoice taxes equal to base x rate / 100 within 0,01, no\n"
+          "quotes in texts and no text longer than its column); then all entries are posted in\n"
+          "one transaction.\n\n"
+          "Every entry needs a reference, unique in the exercise (kept in Asientos.CodigoExterno,\n"
+          "up to 50 characters): a file whose references are already in the books is refused\n"
+          "whole, so posting the same file twice changes nothing (exit code 1).\n\n"
+          "JSON ('.' as decimal mark; amounts as numbers or texts; dates yyyy-mm-dd):\n"
+          "  {\"entries\": [{\"date\": \"2026-03-02\", \"reference\": \"A-1\", \"remarks\": \"\",\n"
+          "    \"closing\": false,\n"
+          "    \"lines\": [{\"account\": \"43000001\", \"debit\": \"1210.00\", \"concept\": "
+          "\"Factura A-1\",\n"
+          "               \"document\": \"A-1\", \"department\": 1},\n"
+          "              {\"account\": \"70000001\", \"credit\": \"1000.00\"},\n"
+          "              {\"account\": \"47700021\", \"credit\": \"210.00\"}],\n"
+          "    \"invoice\": {\"book\": \"issued\", \"tax\": \"IVA\", \"account\": \"43000001\",\n"
+          "                \"name\": \"Cliente S.L.\", \"nif\": \"B12345678\", \"document\": "
+          "\"A-1\",\n"
+          "                \"rates\": [{\"operation\": 1, \"base\": \"1000.00\", \"rate\": 21,\n"
+          "                           \"tax\": \"210.00\"}],\n"
+          "                \"due\": [{\"date\": \"2026-04-01\", \"amount\": \"1210.00\"}]}}]}\n"
+          "  The optional \"invoice\" writes a tax book record for the line of its \"account\":\n"
+          "  \"book\" is \"issued\" (output tax, due dates become collection forecasts),\n"
+          "  \"received\" (input tax, due dates become payment forecasts) or \"capital\"\n"
+          "  (capital goods received); \"tax\" is \"IVA\" or \"IGIC\"; each rate line has an\n"
+          "  \"operation\" kind (default 1), a \"base\", a whole-percent \"rate\" and its "
+          "\"tax\".\n"
+          "  \"withholding\": {\"key\": 1, \"rate\": 15, \"account\": \"47510001\",\n"
+          "  \"base\": \"1000.00\", \"amount\": \"150.00\", \"total\": \"1060.00\"} records the\n"
+          "  income-tax withholding of a professional's invoice. The \"due\" amounts add up to\n"
+          "  the amount of the invoice's line.\n"
+          "CSV: entry;date;account;debit;credit;concept;document;department\n"
+          "  The consecutive lines of one entry share its key, which is the entry's reference,\n"
+          "  and its date. A UTF-8 byte order mark is accepted. Amounts: with --decimal auto a\n"
+          "  single '.' or ',' followed by one or two digits is the decimal mark and the other\n"
+          "  mark separates thousands (1.210,50 or 1,210.50); an amount that reads both ways\n"
+          "  (1.210) is refused: name the mark with --decimal."));
     addDatabaseOptions(command, options->database, _("Company database file"));
     command->add_option("FILE", options->file, _("Entries to post (.json or .csv)"))->required();
-    addCompanyOptions(command, options->company, options->exercise);
+    addCompanyExerciseOptions(command, options->company, options->exercise);
     command->add_option("--user", options->user, _("User code recorded on entries and lines"))
         ->check(CLI::Range(0, 32767))
         ->capture_default_str();
@@ -253,7 +243,7 @@ Command addPostCommand(CLI::App& app) {
         command
             ->add_option("--decimal", options->decimal,
                          _("CSV decimal mark: ',' or '.' (the other one then only separates "
-                         "thousands), or auto"))
+                           "thousands), or auto"))
             ->check(CLI::IsMember({",", ".", "auto"}))
             ->capture_default_str());
     options->csvOptions.push_back(
@@ -274,7 +264,7 @@ Command addBalanceCommand(CLI::App& app) {
           "the closing entries posted (debit minus credit) and the balance (opening + debit -\n"
           "credit + closing entry)."));
     addDatabaseOptions(command, options->database, _("Company database file"));
-    addCompanyOptions(command, options->company, options->exercise);
+    addCompanyExerciseOptions(command, options->company, options->exercise);
     command->add_option("--level", options->report.level,
                         _("Chart level, 1 for the shortest accounts (default: posting accounts)"));
     command->add_option("--dpto", options->report.department, _("Only this department"))

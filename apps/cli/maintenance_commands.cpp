@@ -11,25 +11,15 @@
 #include "commands.h"
 #include "company_database.h"
 #include "i18n.h"
-#include "text_table.h"
-#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/core/sql_text.h"
+#include "kvlnmov/db/recordset.h"
 #include "kvlnmov/journal/cls_asiento.h"
 #include "kvlnmov/journal/cls_mov.h"
+#include "text_table.h"
 
 namespace kvlnmov::cli {
 
 namespace {
-
-void addCompanyExerciseOptions(CLI::App* command, std::optional<int>& company,
-                               std::optional<int>& exercise) {
-    command->add_option("--company", company, _("Company code (default: the database's only company)"))
-        ->check(CLI::Range(1, 32767));
-    command
-        ->add_option("--exercise", exercise,
-                     _("Exercise code (default: the database's only exercise)"))
-        ->check(CLI::Range(1, 32767));
-}
 
 // " WHERE Cod_Empresa = c AND Cod_Ejercicio = e" of the opened company and exercise.
 std::string whereCompanyExercise(EmpresaContext& context) {
@@ -289,8 +279,7 @@ int runReassign(const ReassignOptions& options) {
                   "their balances.",
                   count);
     std::cout << format(sentence, count, options.from.c_str(), options.to.c_str(),
-                        dateText(start).c_str(), dateText(end).c_str(),
-                        options.destination.c_str())
+                        dateText(start).c_str(), dateText(end).c_str(), options.destination.c_str())
               << "\n";
     return kExitOk;
 }
@@ -302,10 +291,10 @@ Command addAnnulCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "annul",
         _("Annul a posted entry: its lines, secondary lines and tax books are backed up\n"
-        "(BakAnulado_* tables) and removed, and its amounts taken out of the balances. The\n"
-        "header is deleted and its number given back when it was the last number given;\n"
-        "otherwise it stays, empty and marked annulled. An entry that does not exist or is\n"
-        "already annulled is refused (exit 1); so is the opening entry 0 without --force."));
+          "(BakAnulado_* tables) and removed, and its amounts taken out of the balances. The\n"
+          "header is deleted and its number given back when it was the last number given;\n"
+          "otherwise it stays, empty and marked annulled. An entry that does not exist or is\n"
+          "already annulled is refused (exit 1); so is the opening entry 0 without --force."));
     addDatabaseOptions(command, options->database, _("Company database file"));
     command->add_option("ENTRY", options->entry, _("Number of the entry to annul"))->required();
     command
@@ -323,9 +312,9 @@ Command addRenumberCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "renumber",
         _("Move every line of entry OLD to the existing entry NEW, which gives them its date:\n"
-        "balances move to the new date's period; secondary lines, payment forecasts and,\n"
-        "when the company keeps the IGIC book (tax kind 1), its records follow.\n"
-        "OLD without lines, NEW without a header, or OLD equal to NEW is refused (exit 1)."));
+          "balances move to the new date's period; secondary lines, payment forecasts and,\n"
+          "when the company keeps the IGIC book (tax kind 1), its records follow.\n"
+          "OLD without lines, NEW without a header, or OLD equal to NEW is refused (exit 1)."));
     addDatabaseOptions(command, options->database, _("Company database file"));
     command->add_option("OLD", options->from, _("Entry whose lines move"))->required();
     command->add_option("NEW", options->to, _("Entry that receives them (its header must exist)"))
@@ -342,8 +331,8 @@ Command addReassignCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand(
         "reassign",
         _("Move the lines of the accounts --from..--to whose entries are dated --start..--end\n"
-        "to account --dest, with their balances, IGIC book records (tax kind 1), secondary\n"
-        "lines and tax counterparts. A selection without lines is refused (exit 1)."));
+          "to account --dest, with their balances, IGIC book records (tax kind 1), secondary\n"
+          "lines and tax counterparts. A selection without lines is refused (exit 1)."));
     addDatabaseOptions(command, options->database, _("Company database file"));
     command->add_option("--from", options->from, _("First account of the range"))->required();
     command->add_option("--to", options->to, _("Last account of the range"))->required();
